@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build, tests, benchmarks and fuzzers need.
+# Idempotent: asks dpkg what is missing, runs apt-get update at most once and installs only that.
+set -euo pipefail
+
+PACKAGES=(
+    # toolchain
+    build-essential cmake ninja-build ccache pkg-config
+    clang libclang-rt-14-dev
+    # tests and benchmarks
+    googletest libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
+    python3
+)
+
+missing=()
+for p in "${PACKAGES[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+        missing+=("$p")
+    fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+    exit 0
+fi
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then
+    SUDO="sudo"
+fi
+echo "setup: installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -q
+$SUDO apt-get install -y -q --no-install-recommends "${missing[@]}"
