@@ -38,12 +38,14 @@ public:
     static bool asUInteger16(const std::string& text, uint16& out, int base = 10);
     static bool asUInteger32(const std::string& text, uint32& out, int base = 10);
     static bool asUInteger64(const std::string& text, uint64& out, int base = 10);
-    // Optional final K, M or G (powers of 1024) after optional white space.
+    // Optional final K, M or G (powers of 1024) after optional white space. Unlike the
+    // other conversions, any failure (bad number, product above 32 bits) sets `out` to 0.
     static bool asUInteger32WithScale(const std::string& text, uint32& out, int base = 10);
-    // strtod; the whole text must convert.
+    // strtod; the whole text must convert; an overflow (to infinity) fails.
     static bool asDouble(const std::string& text, double& out);
     // Seconds since the epoch (decimal) or "YYYY-MM-DD[ HH:MM:SS]" / "YYYY-MM-DDTHH:MM:SS[Z]"
-    // in UTC; the result is in microseconds.
+    // in UTC, the seconds optionally followed by "." and 1 to 6 fraction digits (so the text
+    // of timeToString reads back); the result is in microseconds.
     static bool asTime(const std::string& text, long long& out);
     // Hexadecimal digit pairs ("0a1B..."), an even number of them.
     static bool asByteArray(const std::string& text, std::vector<unsigned char>& out);
