@@ -22,7 +22,8 @@ extern "C" {
 typedef int32_t vLogLevel;
 typedef int32_t vLogSource;
 
-enum {
+enum
+{
     VLOG_NONE = 0,
     VLOG_ERROR = 1,
     VLOG_WARNING = 2,
@@ -32,7 +33,8 @@ enum {
     VLOG_NLEVELS = 6
 };
 
-enum {
+enum
+{
     VLOGSRC_KAPI_OS = 0,
     VLOGSRC_KAPI_OS_WATCHDOG = 1,
     VLOGSRC_KAPI_CRYPTO = 2,
@@ -111,13 +113,14 @@ vLogLevel vLogGetLevel(vLogSource source);
 bool vLogLevelEnabled(vLogSource source, vLogLevel level);
 void vLogMessage(vLogSource source, vLogLevel level, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
-void vLogMessageVar(vLogSource source, vLogLevel level, const char* format, va_list args);
+void vLogMessageVar(vLogSource source, vLogLevel level, const char* format, va_list args)
+    __attribute__((format(printf, 3, 0)));
 
 /* Levels of the default logger. */
 void vLogSetLevel(vLogSource source, vLogLevel level);
 void vLogSetLevelAll(vLogLevel level);
 /* "[logger:]source=level,source=level,..."; an empty logger name selects the first logger. */
-bool vLogSetMultipleLevels(const char* spec);
+bool vLogSetMultipleLevels(const char* levelList);
 
 bool vLogLevelFromName(const char* name, vLogLevel* out);
 bool vLogLevelIsValid(const char* name);
@@ -129,8 +132,8 @@ const char* vLogSourceName(vLogSource source);
 int64_t vLogTraceTime(void);
 
 /* Straight to syslog, bypassing levels and loggers (used by the device port). */
-void _kkSysLog(int syslogPriority, const char* priorityName, const char* tag,
-               const char* format, ...);
+void _kkSysLog(int syslogPriority, const char* priorityName, const char* tag, const char* format,
+               ...) __attribute__((format(printf, 4, 5)));
 
 #ifdef __cplusplus
 }
