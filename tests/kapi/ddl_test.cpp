@@ -3,7 +3,7 @@
 // parse/print pair a protocol enumeration declares) and the consistency check.
 #include "kapi/DDL.h"
 
-#include "log_capture.h"
+#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 

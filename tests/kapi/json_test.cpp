@@ -4,7 +4,7 @@
 #include "kapi/JsonToKeyValue.h"
 #include "kapi/KeyValueMap.h"
 #include "kapi/Log.h"
-#include "kapi/ModuleLogger.h"
+#include "support/LogCapture.h"
 #include "kapi/StringUtil.h"
 
 #include <gtest/gtest.h>
@@ -65,39 +65,6 @@ std::string parseString(const std::string& jsonString)
     EXPECT_TRUE(v.isString()) << jsonString;
     return v.asString();
 }
-
-// Keeps the log lines of one source while alive.
-class LogCapture : public Kapi::Log
-{
-public:
-    LogCapture() : mLogger(this, "json-test-capture")
-    {
-        mLogger.levels().setLevelAll(VLOG_NONE);
-        mLogger.levels().setLevel(VLOGSRC_MISC_SYSTEM, VLOG_ERROR);
-        Kapi::ModuleLogger::registerLogger(&mLogger);
-    }
-    ~LogCapture() override { Kapi::ModuleLogger::unregisterLogger(&mLogger); }
-    void log(const char* source, Priority priority, const char* format, ...) override
-    {
-        va_list args;
-        va_start(args, format);
-        vlog(source, priority, format, args);
-        va_end(args);
-    }
-    void vlog(const char*, Priority priority, const char* format, va_list args) override
-    {
-        char line[512];
-        vsnprintf(line, sizeof line, format, args);
-        lines.push_back(std::string(priority == PRIO_ERROR ? "E:" : "?:") + line);
-    }
-    void setLogToConsole(bool) override {}
-    void setHighRes(bool) override {}
-
-    std::vector<std::string> lines;
-
-private:
-    Kapi::ModuleLogger mLogger;
-};
 
 } // namespace
 
@@ -341,15 +308,17 @@ TEST(JsonParserErrors, UnexpectedEndIsLoggedWithItsPlace)
     } rows[] = {{"", 1},     {"[", 2},      {"[1", 3}, {"{\"a\"", 4},  {"{\"a\":1", 5},
                 {"\"ab", 6}, {"\"ab\\", 7}, {"tr", 8}, {"{\"a\":", 1}, {"[ /* open", 2}};
     for (const auto& row : rows) {
-        LogCapture capture;
+        LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_ERROR);
         EXPECT_FALSE(JsonParser(row.text).parse()) << row.text;
-        ASSERT_EQ(1u, capture.lines.size()) << row.text;
-        EXPECT_EQ("E:Unexpected end of json (" + std::to_string(row.place) + ")", capture.lines[0])
+        const std::vector<LogCapture::Line> lines = capture.lines();
+        ASSERT_EQ(1u, lines.size()) << row.text;
+        EXPECT_EQ(Kapi::Log::PRIO_ERROR, lines[0].priority);
+        EXPECT_EQ("Unexpected end of json (" + std::to_string(row.place) + ")", lines[0].text)
             << row.text;
     }
-    LogCapture capture;
+    LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_ERROR);
     EXPECT_FALSE(JsonParser("[1 2]").parse());
-    EXPECT_TRUE(capture.lines.empty()); // other syntax errors are silent
+    EXPECT_TRUE(capture.lines().empty()); // other syntax errors are silent
 }
 
 TEST(JsonParserErrors, EveryPrefixOfADocumentFails)

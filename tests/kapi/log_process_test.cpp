@@ -4,6 +4,8 @@
 // replaces the system logger's entry points with definitions that print what they receive.
 #include "probe_runner.h"
 
+#include "support/Sanitizers.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -330,6 +332,7 @@ TEST(PanicAssert, GoesToTheSystemLogAtErrorPriority)
 
 TEST(PanicAssert, UnlockFailureOfAMutexIsAnAssertion)
 {
+    KELO_SKIP_UNDER_TSAN();
     const ProbeRun run = runProbe("log_probe", {"VLOGTOCONSOLE=1"}, {"unlock-unheld"});
     EXPECT_EQ(run.termSignal, SIGABRT);
     EXPECT_NE(run.err.find("\nKapiMutex:233 Assertion failure: iResult == 0 && \"mutex unlock "

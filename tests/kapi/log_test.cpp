@@ -6,7 +6,7 @@
 #include "kapi/LogLinux.h"
 #include "kapi/ModuleLogger.h"
 #include "kapi/vLog.h"
-#include "log_capture.h"
+#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 

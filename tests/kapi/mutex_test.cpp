@@ -5,6 +5,8 @@
 #include "kapi/PanicAssert.h"
 #include "kapi/PosixMutex.h"
 
+#include "support/Sanitizers.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -94,6 +96,7 @@ TEST(Mutex, SerialisesReadModifyWrite)
 
 TEST(MutexDeathTest, ReleasingAnUnheldMutexEndsTheProcess)
 {
+    KELO_SKIP_UNDER_TSAN();
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
@@ -105,6 +108,7 @@ TEST(MutexDeathTest, ReleasingAnUnheldMutexEndsTheProcess)
 
 TEST(MutexDeathTest, ReleasingFromAnotherThreadEndsTheProcess)
 {
+    KELO_SKIP_UNDER_TSAN();
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {

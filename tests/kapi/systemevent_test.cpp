@@ -3,7 +3,7 @@
 #include "kapi/SystemEvent.h"
 
 #include "kapi/Log.h"
-#include "kapi/ModuleLogger.h"
+#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -22,49 +22,6 @@ using Kapi::Variant;
 
 namespace {
 
-// A registered logger that keeps every line it is given, for one source at one level.
-class LogCapture : public Kapi::Log
-{
-public:
-    LogCapture(vLogSource source, vLogLevel level) : mLogger(this, "systemevent-test")
-    {
-        mLogger.levels().setLevelAll(VLOG_NONE);
-        mLogger.levels().setLevel(source, level);
-        Kapi::ModuleLogger::registerLogger(&mLogger);
-    }
-    ~LogCapture() override { Kapi::ModuleLogger::unregisterLogger(&mLogger); }
-
-    void log(const char* source, Priority priority, const char* format, ...) override
-    {
-        va_list args;
-        va_start(args, format);
-        vlog(source, priority, format, args);
-        va_end(args);
-    }
-    void vlog(const char* source, Priority priority, const char* format, va_list args) override
-    {
-        va_list copy;
-        va_copy(copy, args);
-        char buffer[1024];
-        vsnprintf(buffer, sizeof buffer, format, copy);
-        va_end(copy);
-        std::lock_guard<std::mutex> lock(mMutex);
-        mLines.push_back(std::string(source) + "/" + priorityName(priority) + ": " + buffer);
-    }
-    void setLogToConsole(bool) override {}
-    void setHighRes(bool) override {}
-
-    std::vector<std::string> lines() const
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mLines;
-    }
-
-private:
-    mutable std::mutex mMutex;
-    std::vector<std::string> mLines;
-    Kapi::ModuleLogger mLogger;
-};
 
 // Keeps copies of what it receives and notices overlapping calls.
 class RecordingDispatcher : public Kapi::SystemEventDispatcher
@@ -147,11 +104,15 @@ TEST_F(SystemEventTest, WithoutDispatcherTheEventIsLoggedAndDropped)
     LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_WARNING);
     SystemEvent::post("player", "progress", KeyValueMap("position", 12, "duration", 3600));
     SystemEvent::post(nullptr, "x", KeyValueMap());
-    const std::vector<std::string> lines = capture.lines();
+    const std::vector<LogCapture::Line> lines = capture.lines();
     ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], "misc_system/warning: No system event dispatcher for "
-                        "'s=player, t=progress, p=duration=3600;position=12'");
-    EXPECT_EQ(lines[1], "misc_system/warning: No system event dispatcher for 's=, t=x, p='");
+    for (const LogCapture::Line& line : lines) {
+        EXPECT_EQ(line.source, "misc_system");
+        EXPECT_EQ(line.priority, Kapi::Log::PRIO_WARNING);
+    }
+    EXPECT_EQ(lines[0].text, "No system event dispatcher for "
+                             "'s=player, t=progress, p=duration=3600;position=12'");
+    EXPECT_EQ(lines[1].text, "No system event dispatcher for 's=, t=x, p='");
 }
 
 TEST_F(SystemEventTest, PostOverloadsBuildTheEvent)
@@ -268,8 +229,8 @@ TEST_F(SystemEventTest, RemovalWhilePostingStopsDeliveryAtOnce)
     for (const SystemEvent& event : dispatcher.events())
         EXPECT_EQ(event.type, "progress");
     int lateWarnings = 0;
-    for (const std::string& line : capture.lines())
-        if (line.find("t=late") != std::string::npos)
+    for (const LogCapture::Line& line : capture.lines())
+        if (line.text.find("t=late") != std::string::npos)
             ++lateWarnings;
     EXPECT_EQ(lateWarnings, kThreads * kAfterRemoval);
 }

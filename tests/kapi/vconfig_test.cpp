@@ -3,8 +3,7 @@
 #include "kapi/vConfig.h"
 
 #include "kapi/Address.h"
-#include "kapi/Log.h"
-#include "kapi/ModuleLogger.h"
+#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -22,56 +21,6 @@ using Kapi::vConfig;
 
 namespace {
 
-// A registered logger that keeps every line it is given, for one source at one level.
-class LogCapture : public Kapi::Log
-{
-public:
-    struct Line
-    {
-        std::string source;
-        Priority priority;
-        std::string text;
-    };
-
-    LogCapture(vLogSource source, vLogLevel level) : mLogger(this, "vconfig-test")
-    {
-        mLogger.levels().setLevelAll(VLOG_NONE);
-        mLogger.levels().setLevel(source, level);
-        Kapi::ModuleLogger::registerLogger(&mLogger);
-    }
-    ~LogCapture() override { Kapi::ModuleLogger::unregisterLogger(&mLogger); }
-
-    void log(const char* source, Priority priority, const char* format, ...) override
-    {
-        va_list args;
-        va_start(args, format);
-        vlog(source, priority, format, args);
-        va_end(args);
-    }
-    void vlog(const char* source, Priority priority, const char* format, va_list args) override
-    {
-        va_list copy;
-        va_copy(copy, args);
-        char buffer[1024];
-        vsnprintf(buffer, sizeof buffer, format, copy);
-        va_end(copy);
-        std::lock_guard<std::mutex> lock(mMutex);
-        mLines.push_back({source, priority, buffer});
-    }
-    void setLogToConsole(bool) override {}
-    void setHighRes(bool) override {}
-
-    std::vector<Line> lines() const
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mLines;
-    }
-
-private:
-    mutable std::mutex mMutex;
-    std::vector<Line> mLines;
-    Kapi::ModuleLogger mLogger;
-};
 
 // The configuration text the program entry starts from, before it appends its own lines.
 const char kEntryDefaultText[] = "[overscan]\n"

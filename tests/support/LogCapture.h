@@ -1,5 +1,5 @@
-#ifndef TESTS_KAPI_LOG_CAPTURE_H
-#define TESTS_KAPI_LOG_CAPTURE_H
+#ifndef KELO_TESTS_LOGCAPTURE_H
+#define KELO_TESTS_LOGCAPTURE_H
 // Test helper: collects the log messages a piece of code writes. A LogCapture registers, for its
 // lifetime, a logger of its own whose levels admit the given source up to the given level (or
 // every source), and keeps each delivered message fully expanded. Other loggers are untouched.
