@@ -15,28 +15,10 @@ using Kapi::DDL::ValueToIndex;
 
 namespace {
 
-// Captures what kapi_ddl logs up to info for the scope of a test.
-class DdlLogTest : public ::testing::Test
-{
-protected:
-    // "source.priority: text" of every captured line.
-    std::vector<std::string> lines() const
-    {
-        std::vector<std::string> result;
-        for (const LogCapture::Line& line : mCapture.lines())
-            result.push_back(std::string(line.source) + "." +
-                             Kapi::Log::priorityName(line.priority) + ": " + line.text);
-        return result;
-    }
-
-    LogCapture mCapture{VLOGSRC_KAPI_DDL, VLOG_INFO};
-};
-
 // A hand-written pair of tables, as a generator would emit them.
 constexpr StringToValue kColourNames[] = {{"BLUE", 3}, {"GREEN", 2}, {"RED", 1}, {"WHITE", 7}};
 constexpr ValueToIndex kColourValues[] = {{1, 2}, {2, 1}, {3, 0}, {7, 3}};
 constexpr unsigned kColourCount = 4;
-
 static_assert(Kapi::DDL::tablesAreConsistent(kColourNames, kColourValues, kColourCount));
 
 enum GoodbyeReason
@@ -54,20 +36,9 @@ constexpr Kapi::Enumeration kGoodbyeReason("GoodbyeReason",
                                                {"LEGACY_TIMEOUT", GOODBYE_LEGACY_TIMEOUT},
                                                {"KICKED", GOODBYE_KICKED},
                                            });
-static_assert(kGoodbyeReason.isConsistent());
+static_assert(kGoodbyeReason.isConsistent() && kGoodbyeReason.size() == 4);
 constexpr Kapi::Enumeration kLegacyFirst("GoodbyeReason", {{"LEGACY_TIMEOUT", GOODBYE_TIMEOUT},
                                                            {"TIMEOUT", GOODBYE_TIMEOUT}});
-static_assert(kGoodbyeReason.size() == 4);
-
-bool parseE(const std::string& text, GoodbyeReason& out)
-{
-    return kGoodbyeReason.parse(text, out);
-}
-
-bool printE(GoodbyeReason value, std::string& out)
-{
-    return kGoodbyeReason.print(value, out);
-}
 
 enum class Scoped : int
 {
@@ -79,93 +50,75 @@ constexpr Kapi::Enumeration kScoped("Scoped", {{"High", static_cast<int>(Scoped:
 
 } // namespace
 
-TEST(DdlParse, FindsExactNamesOnly)
+TEST(DdlTables, ParseFindsExactNamesAndPrintReportsMissingValues)
 {
-    int out = -1;
+    LogCapture capture(VLOGSRC_KAPI_DDL, VLOG_INFO);
+    int value = -1;
+    std::string name;
     for (unsigned i = 0; i < kColourCount; ++i) {
-        ASSERT_TRUE(Kapi::DDL::parseEnum(kColourNames[i].name, kColourNames, kColourCount, out));
-        EXPECT_EQ(out, kColourNames[i].value);
+        ASSERT_TRUE(Kapi::DDL::parseEnum(kColourNames[i].name, kColourNames, kColourCount, value));
+        EXPECT_EQ(value, kColourNames[i].value);
+        EXPECT_TRUE(
+            Kapi::DDL::printEnum(value, "Colour", kColourValues, kColourNames, kColourCount, name));
+        EXPECT_EQ(name, kColourNames[i].name);
     }
-    out = -1;
-    const char* misses[] = {"", "red", "BLU", "BLUEE", "A", "Z", "GREEN "};
-    for (const char* text : misses) {
-        EXPECT_FALSE(Kapi::DDL::parseEnum(text, kColourNames, kColourCount, out)) << text;
-        EXPECT_EQ(out, -1);
+    value = -1;
+    const std::string misses[] = {"", "red", "BLU", "BLUEE", "A", "Z", "GREEN ", {"RED\0X", 5}};
+    for (const std::string& text : misses)
+        EXPECT_FALSE(Kapi::DDL::parseEnum(text, kColourNames, kColourCount, value)) << text;
+    EXPECT_FALSE(Kapi::DDL::parseEnum("RED", kColourNames, 0, value));
+    EXPECT_EQ(value, -1);
+    EXPECT_TRUE(capture.summary().empty());
+
+    for (int missing : {5, -12, 8}) {
+        EXPECT_FALSE(Kapi::DDL::printEnum(missing, "Colour", kColourValues, kColourNames,
+                                          kColourCount, name));
+        EXPECT_EQ(name, std::to_string(missing));
     }
-    EXPECT_FALSE(Kapi::DDL::parseEnum(std::string("RED\0X", 5), kColourNames, kColourCount, out));
-    EXPECT_FALSE(Kapi::DDL::parseEnum("RED", kColourNames, 0, out));
-    EXPECT_EQ(out, -1);
+    EXPECT_EQ(capture.summary(),
+              (std::vector<std::string>{"kapi_ddl.info: Invalid value for Colour: 5",
+                                        "kapi_ddl.info: Invalid value for Colour: -12",
+                                        "kapi_ddl.info: Invalid value for Colour: 8"}));
 }
 
-TEST_F(DdlLogTest, PrintsNamesAndReportsMissingValues)
+TEST(DdlEnumeration, SortsTheDeclaredPairsAndPrintsTheFirstListedAlias)
 {
-    std::string out;
-    for (unsigned i = 0; i < kColourCount; ++i) {
-        EXPECT_TRUE(Kapi::DDL::printEnum(kColourValues[i].value, "Colour", kColourValues,
-                                         kColourNames, kColourCount, out));
-        EXPECT_EQ(out, kColourNames[kColourValues[i].index].name);
+    std::string byName, byValue;
+    for (unsigned i = 0; i < kGoodbyeReason.size(); ++i) {
+        byName += std::string(kGoodbyeReason.byName()[i].name) + "=" +
+                  std::to_string(kGoodbyeReason.byName()[i].value) + " ";
+        byValue += std::to_string(kGoodbyeReason.byValue()[i].value) + ">" +
+                   std::to_string(kGoodbyeReason.byValue()[i].index) + " ";
     }
-    EXPECT_TRUE(lines().empty());
-
-    EXPECT_FALSE(Kapi::DDL::printEnum(5, "Colour", kColourValues, kColourNames, kColourCount, out));
-    EXPECT_EQ(out, "5");
-    EXPECT_FALSE(
-        Kapi::DDL::printEnum(-12, "Colour", kColourValues, kColourNames, kColourCount, out));
-    EXPECT_EQ(out, "-12");
-    EXPECT_FALSE(Kapi::DDL::printEnum(8, "Colour", kColourValues, kColourNames, kColourCount, out));
-    EXPECT_EQ(out, "8");
-    ASSERT_EQ(lines().size(), 3u);
-    EXPECT_EQ(lines()[0], "kapi_ddl.info: Invalid value for Colour: 5");
-    EXPECT_EQ(lines()[1], "kapi_ddl.info: Invalid value for Colour: -12");
-}
-
-TEST(DdlEnumeration, SortsTheDeclaredPairs)
-{
-    const StringToValue* byName = kGoodbyeReason.byName();
-    EXPECT_STREQ(byName[0].name, "KICKED");
-    EXPECT_STREQ(byName[1].name, "LEGACY_TIMEOUT");
-    EXPECT_STREQ(byName[2].name, "NORMAL");
-    EXPECT_STREQ(byName[3].name, "TIMEOUT");
-    const ValueToIndex* byValue = kGoodbyeReason.byValue();
-    EXPECT_EQ(byValue[0].value, 0);
-    EXPECT_EQ(byValue[1].value, 1);
-    EXPECT_EQ(byValue[2].value, 2);
-    EXPECT_EQ(byValue[3].value, 2);
-    EXPECT_EQ(byValue[2].index, 3u); // TIMEOUT, listed before LEGACY_TIMEOUT
-    EXPECT_EQ(byValue[3].index, 1u);
+    EXPECT_EQ(byName, "KICKED=1 LEGACY_TIMEOUT=2 NORMAL=0 TIMEOUT=2 ");
+    // TIMEOUT (index 3) was listed before LEGACY_TIMEOUT (index 1).
+    EXPECT_EQ(byValue, "0>2 1>0 2>3 2>1 ");
     EXPECT_STREQ(kGoodbyeReason.typeName(), "GoodbyeReason");
-}
 
-TEST_F(DdlLogTest, TypedPairOfAProtocolEnumeration)
-{
+    LogCapture capture(VLOGSRC_KAPI_DDL, VLOG_INFO);
     GoodbyeReason reason = GOODBYE_NORMAL;
-    EXPECT_TRUE(parseE("KICKED", reason));
+    EXPECT_TRUE(kGoodbyeReason.parse("KICKED", reason));
     EXPECT_EQ(reason, GOODBYE_KICKED);
-    EXPECT_TRUE(parseE("LEGACY_TIMEOUT", reason));
+    EXPECT_TRUE(kGoodbyeReason.parse("LEGACY_TIMEOUT", reason));
     EXPECT_EQ(reason, GOODBYE_TIMEOUT);
-    EXPECT_FALSE(parseE("kicked", reason));
+    EXPECT_FALSE(kGoodbyeReason.parse("kicked", reason));
     EXPECT_EQ(reason, GOODBYE_TIMEOUT);
-
     std::string text;
-    EXPECT_TRUE(printE(GOODBYE_NORMAL, text));
+    EXPECT_TRUE(kGoodbyeReason.print(GOODBYE_NORMAL, text));
     EXPECT_EQ(text, "NORMAL");
-    // Of two names for one value the one listed first is printed, whatever their order by name.
-    EXPECT_TRUE(printE(GOODBYE_TIMEOUT, text));
+    EXPECT_TRUE(kGoodbyeReason.print(GOODBYE_TIMEOUT, text));
     EXPECT_EQ(text, "TIMEOUT");
     EXPECT_TRUE(kLegacyFirst.print(GOODBYE_TIMEOUT, text));
     EXPECT_EQ(text, "LEGACY_TIMEOUT");
-    EXPECT_FALSE(printE(static_cast<GoodbyeReason>(9), text));
+    EXPECT_FALSE(kGoodbyeReason.print(static_cast<GoodbyeReason>(9), text));
     EXPECT_EQ(text, "9");
-    ASSERT_EQ(lines().size(), 1u);
-    EXPECT_EQ(lines()[0], "kapi_ddl.info: Invalid value for GoodbyeReason: 9");
-}
+    EXPECT_EQ(capture.summary(),
+              std::vector<std::string>{"kapi_ddl.info: Invalid value for GoodbyeReason: 9"});
 
-TEST(DdlEnumeration, ScopedEnumerationsAndNegativeValues)
-{
+    // Scoped enumerations and negative values.
     Scoped value = Scoped::High;
     EXPECT_TRUE(kScoped.parse("Low", value));
     EXPECT_EQ(value, Scoped::Low);
-    std::string text;
     EXPECT_TRUE(kScoped.print(Scoped::High, text));
     EXPECT_EQ(text, "High");
     EXPECT_TRUE(kScoped.print(-5, text));
@@ -175,35 +128,28 @@ TEST(DdlEnumeration, ScopedEnumerationsAndNegativeValues)
 TEST(DdlConsistency, RejectsBrokenTables)
 {
     const StringToValue unsortedNames[] = {{"B", 1}, {"A", 2}};
-    const ValueToIndex unsortedNamesValues[] = {{1, 0}, {2, 1}};
-    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(unsortedNames, unsortedNamesValues, 2));
+    const StringToValue repeatedName[] = {{"A", 1}, {"A", 2}};
+    const ValueToIndex twoValues[] = {{1, 0}, {2, 1}};
+    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(unsortedNames, twoValues, 2));
+    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(repeatedName, twoValues, 2));
+    const StringToValue nullName[] = {{nullptr, 1}};
+    const ValueToIndex oneValue[] = {{1, 0}};
+    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(nullName, oneValue, 1));
 
     const StringToValue names[] = {{"A", 1}, {"B", 2}, {"C", 2}};
-    const ValueToIndex good[] = {{1, 0}, {2, 2}, {2, 1}}; // equal values in any index order
-    EXPECT_TRUE(Kapi::DDL::tablesAreConsistent(names, good, 3));
-    const ValueToIndex unsortedValues[] = {{2, 1}, {1, 0}, {2, 2}};
-    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(names, unsortedValues, 3));
-    const ValueToIndex repeatedIndex[] = {{1, 0}, {2, 1}, {2, 1}};
-    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(names, repeatedIndex, 3));
-    const ValueToIndex wrongValue[] = {{1, 1}, {2, 0}, {2, 2}};
-    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(names, wrongValue, 3));
-    const ValueToIndex outOfRange[] = {{1, 0}, {2, 1}, {2, 3}};
-    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(names, outOfRange, 3));
+    const ValueToIndex values[][3] = {
+        {{1, 0}, {2, 2}, {2, 1}}, // good: equal values in any index order
+        {{2, 1}, {1, 0}, {2, 2}}, // values not sorted
+        {{1, 0}, {2, 1}, {2, 1}}, // an index twice
+        {{1, 1}, {2, 0}, {2, 2}}, // a value that is not its name's
+        {{1, 0}, {2, 1}, {2, 3}}, // an index out of range
+    };
+    for (size_t i = 0; i < std::size(values); ++i)
+        EXPECT_EQ(Kapi::DDL::tablesAreConsistent(names, values[i], 3), i == 0) << i;
 
-    const StringToValue repeatedName[] = {{"A", 1}, {"A", 2}};
-    const ValueToIndex repeatedNameValues[] = {{1, 0}, {2, 1}};
-    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(repeatedName, repeatedNameValues, 2));
-    const StringToValue nullName[] = {{nullptr, 1}};
-    const ValueToIndex nullNameValues[] = {{1, 0}};
-    EXPECT_FALSE(Kapi::DDL::tablesAreConsistent(nullName, nullNameValues, 1));
-}
-
-TEST_F(DdlLogTest, RuntimeBuiltTableWithRepeatedNameIsReported)
-{
     // Not constexpr, so the repeated name is reported instead of stopping the compilation.
-    Kapi::Enumeration twice("Twice", {{"A", 1}, {"A", 2}});
-    EXPECT_FALSE(twice.isConsistent());
-    ASSERT_EQ(lines().size(), 1u);
-    EXPECT_EQ(lines()[0],
-              "kapi_ddl.error: Enumeration table for Twice is not sorted or not consistent");
+    LogCapture capture(VLOGSRC_KAPI_DDL, VLOG_INFO);
+    EXPECT_FALSE(Kapi::Enumeration("Twice", {{"A", 1}, {"A", 2}}).isConsistent());
+    EXPECT_EQ(capture.summary(), std::vector<std::string>{"kapi_ddl.error: Enumeration table for "
+                                                          "Twice is not sorted or not consistent"});
 }

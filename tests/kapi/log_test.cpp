@@ -21,8 +21,19 @@
 
 using Kapi::Log;
 using Kapi::ModuleLogger;
+using Levels = std::vector<vLogLevel>;
+using Lines = std::vector<std::string>;
 
 namespace {
+
+Levels levelsOf(const ModuleLogger& logger)
+{
+    ModuleLogger::LoggersLock lock;
+    Levels levels;
+    for (vLogSource s = 0; s < VLOG_NSOURCES; ++s)
+        levels.push_back(logger.levels().level(s));
+    return levels;
+}
 
 class LogTest : public ::testing::Test
 {
@@ -32,129 +43,92 @@ protected:
         // Anything the default logger still admits (level 0 messages) goes to standard error,
         // not to the system console.
         Log::Get()->setLogToConsole(true);
-        for (vLogSource s = 0; s < VLOG_NSOURCES; ++s) {
-            m_saved.push_back(ModuleLogger::defaultLogger()->levels().level(s));
-        }
+        m_saved = levelsOf(*ModuleLogger::defaultLogger());
         vLogSetLevelAll(VLOG_NONE);
     }
     void TearDown() override
     {
-        for (vLogSource s = 0; s < VLOG_NSOURCES; ++s) {
+        for (vLogSource s = 0; s < VLOG_NSOURCES; ++s)
             vLogSetLevel(s, m_saved[s]);
-        }
-    }
-
-    static std::vector<vLogLevel> levelsOf(const ModuleLogger& logger)
-    {
-        ModuleLogger::LoggersLock lock;
-        std::vector<vLogLevel> levels;
-        for (vLogSource s = 0; s < VLOG_NSOURCES; ++s) {
-            levels.push_back(logger.levels().level(s));
-        }
-        return levels;
     }
 
 private:
-    std::vector<vLogLevel> m_saved;
+    Levels m_saved;
 };
 
-// Counts deliveries; used where a logger must be created and destroyed by the test itself.
+// Counts deliveries; used where a logger must be created and destroyed by the test itself. With
+// `nestFrom` set it also logs once more, from inside a delivery, for another source.
 class CountingLog : public Log
 {
 public:
     void log(const char*, Priority, const char*, ...) override { ++count; }
-    void vlog(const char*, Priority, const char*, va_list) override { ++count; }
-    void setLogToConsole(bool) override {}
-    void setHighRes(bool) override {}
-    std::atomic<int> count{0};
-};
-
-// A back end that logs once more, from inside a delivery, for another source.
-class ReentrantLog : public Log
-{
-public:
-    void log(const char*, Priority, const char*, ...) override {}
     void vlog(const char* source, Priority, const char*, va_list) override
     {
-        if (strcmp(source, "app") == 0) {
+        ++count;
+        if (nestFrom != nullptr && strcmp(source, nestFrom) == 0)
             vLogMessage(VLOGSRC_CORE, VLOG_INFO, "nested from %s", source);
-        }
     }
     void setLogToConsole(bool) override {}
     void setHighRes(bool) override {}
+    std::atomic<int> count{0};
+    const char* nestFrom = nullptr;
 };
 
-time_t utc(int year, int month, int day, int hour, int minute, int second)
+// The console line for a UTC time given as "YYYY-MM-DD hh:mm:ss".
+std::string consoleLine(const char* utc, uint32 tid, const char* source, int priority,
+                        const char* text, size_t size = 400)
 {
     struct tm parts = {};
-    parts.tm_year = year - 1900;
-    parts.tm_mon = month - 1;
-    parts.tm_mday = day;
-    parts.tm_hour = hour;
-    parts.tm_min = minute;
-    parts.tm_sec = second;
-    return timegm(&parts);
+    strptime(utc, "%Y-%m-%d %H:%M:%S", &parts);
+    std::vector<char> buffer(size, '#');
+    Log::getSyslogStyleFormat(buffer.data(), size, timegm(&parts), tid, source,
+                              Log::Priority(priority), text);
+    return buffer.data();
 }
 
 } // namespace
 
-TEST_F(LogTest, SecondLoggerReceivesWhatItsOwnLevelsAdmit)
+TEST_F(LogTest, EachLoggerReceivesWhatItsOwnLevelsAdmitWithAllArguments)
 {
     LogCapture capture(VLOGSRC_APP, VLOG_INFO);
     EXPECT_TRUE(vLogLevelEnabled(VLOGSRC_APP, VLOG_INFO));
     EXPECT_FALSE(vLogLevelEnabled(VLOGSRC_APP, VLOG_DEBUG));
     EXPECT_FALSE(vLogLevelEnabled(VLOGSRC_CORE, VLOG_WARNING));
-
     vLogMessage(VLOGSRC_APP, VLOG_INFO, "Starting %s #%d.", "connection", 3);
     vLogMessage(VLOGSRC_APP, VLOG_WARNING, "warned");
     vLogMessage(VLOGSRC_APP, VLOG_DEBUG, "too detailed");
     vLogMessage(VLOGSRC_CORE, VLOG_ERROR, "other source");
+    EXPECT_EQ(capture.summary(),
+              (Lines{"app.info: Starting connection #3.", "app.warning: warned"}));
 
-    const std::vector<LogCapture::Line> lines = capture.lines();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0].source, "app");
-    EXPECT_EQ(lines[0].priority, Log::PRIO_INFO);
-    EXPECT_EQ(lines[0].text, "Starting connection #3.");
-    EXPECT_EQ(lines[1].priority, Log::PRIO_WARNING);
-    EXPECT_EQ(lines[1].text, "warned");
+    LogCapture second(VLOGSRC_DATA, VLOG_DEBUG);
+    LogCapture third(VLOGSRC_DATA, VLOG_INFO);
+    vLogMessage(VLOGSRC_DATA, VLOG_INFO, "%s-%d-%s-%.1f", "a", 7, "b", 2.5);
+    EXPECT_EQ(second.summary(), Lines{"data.info: a-7-b-2.5"});
+    EXPECT_EQ(third.summary(), Lines{"data.info: a-7-b-2.5"});
 }
 
 TEST_F(LogTest, LevelsMapToPrioritiesAndOddLevelsAreErrors)
 {
+    {
+        LogCapture atDebug(VLOGSRC_APP, VLOG_DEBUG);
+        vLogMessage(VLOGSRC_APP, 9, "nine"); // needs a logger at 9
+        vLogMessage(VLOGSRC_APP, 0, "zero");
+        EXPECT_EQ(atDebug.summary(), Lines{"app.error: zero"});
+    }
     LogCapture capture(VLOGSRC_APP, 9);
-    for (vLogLevel level : {1, 2, 3, 4, 5, 0, 9, -4}) {
-        vLogMessage(VLOGSRC_APP, level, "level %d", level);
-    }
-    vLogMessage(VLOGSRC_APP, 10, "above every level");
-
-    const std::vector<LogCapture::Line> lines = capture.lines();
-    ASSERT_EQ(lines.size(), 8u);
-    const Log::Priority expected[] = {Log::PRIO_ERROR, Log::PRIO_WARNING, Log::PRIO_NOTICE,
-                                      Log::PRIO_INFO,  Log::PRIO_DEBUG,   Log::PRIO_ERROR,
-                                      Log::PRIO_ERROR, Log::PRIO_ERROR};
-    for (size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_EQ(lines[i].priority, expected[i]) << lines[i].text;
-    }
-    EXPECT_EQ(lines[6].text, "level 9");
-}
-
-TEST_F(LogTest, LevelNineNeedsALoggerAtNine)
-{
-    LogCapture capture(VLOGSRC_APP, VLOG_DEBUG);
-    vLogMessage(VLOGSRC_APP, 9, "nine");
-    vLogMessage(VLOGSRC_APP, 0, "zero");
-    const std::vector<LogCapture::Line> lines = capture.lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].text, "zero");
-    EXPECT_EQ(lines[0].priority, Log::PRIO_ERROR);
+    for (vLogLevel level : {1, 2, 3, 4, 5, 0, 9, -4, 10})
+        vLogMessage(VLOGSRC_APP, level, "%d", level);
+    EXPECT_EQ(capture.summary(),
+              (Lines{"app.error: 1", "app.warning: 2", "app.notice: 3", "app.info: 4",
+                     "app.debug: 5", "app.error: 0", "app.error: 9", "app.error: -4"}));
 }
 
 TEST_F(LogTest, MaxLevelsFollowRegistrationAndNeverDropBelowError)
 {
     // Default logger at none: error still counts as enabled everywhere.
-    for (vLogSource s = 0; s < VLOG_NSOURCES; ++s) {
+    for (vLogSource s = 0; s < VLOG_NSOURCES; ++s)
         ASSERT_EQ(vLogGetLevel(s), VLOG_ERROR) << s;
-    }
     EXPECT_TRUE(vLogLevelEnabled(VLOGSRC_KAPI_OS, VLOG_ERROR));
     EXPECT_FALSE(vLogLevelEnabled(VLOGSRC_KAPI_OS, VLOG_WARNING));
     {
@@ -170,36 +144,19 @@ TEST_F(LogTest, MaxLevelsFollowRegistrationAndNeverDropBelowError)
     }
     EXPECT_EQ(vLogGetLevel(VLOGSRC_LUA), VLOG_NOTICE);
     EXPECT_EQ(vLogGetLevel(VLOGSRC_CORE), VLOG_ERROR);
-}
 
-TEST_F(LogTest, OutOfRangeSourcesAreNamedUnknownAndFilteredAsSourceZero)
-{
+    // Out-of-range sources are named unknownSource and filtered as source 0.
     LogCapture capture(VLOGSRC_KAPI_OS, VLOG_INFO);
     EXPECT_EQ(vLogGetLevel(71), VLOG_INFO);
     EXPECT_TRUE(vLogLevelEnabled(-1, VLOG_INFO));
     vLogMessage(71, VLOG_INFO, "far");
     vLogMessage(-5, VLOG_DEBUG, "dropped");
-    const std::vector<LogCapture::Line> lines = capture.lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].source, "unknownSource");
-    EXPECT_EQ(lines[0].text, "far");
-    // Out-of-range sources are ignored by level changes.
-    capture.logger().levels().setLevel(200, VLOG_NONE);
+    EXPECT_EQ(capture.summary(), Lines{"unknownSource.info: far"});
+    capture.logger().levels().setLevel(200, VLOG_NONE); // ignored, not taken as source 0
     EXPECT_EQ(vLogGetLevel(VLOGSRC_KAPI_OS), VLOG_INFO);
 }
 
-TEST_F(LogTest, EveryLoggerGetsTheFullArgumentList)
-{
-    LogCapture first(VLOGSRC_DATA, VLOG_INFO);
-    LogCapture second(VLOGSRC_DATA, VLOG_DEBUG);
-    vLogMessage(VLOGSRC_DATA, VLOG_INFO, "%s-%d-%s-%.1f", "a", 7, "b", 2.5);
-    ASSERT_EQ(first.lines().size(), 1u);
-    ASSERT_EQ(second.lines().size(), 1u);
-    EXPECT_EQ(first.lines()[0].text, "a-7-b-2.5");
-    EXPECT_EQ(second.lines()[0].text, "a-7-b-2.5");
-}
-
-TEST_F(LogTest, RegistrationIsIdempotentAndUnregisteringIsPerLogger)
+TEST_F(LogTest, RegistrationIsIdempotentAndEndsWithTheLoggerAndDeliveryMayNest)
 {
     CountingLog counts;
     ModuleLogger extra(&counts, "extra");
@@ -207,7 +164,6 @@ TEST_F(LogTest, RegistrationIsIdempotentAndUnregisteringIsPerLogger)
     ModuleLogger::registerLogger(&extra);
     ModuleLogger::registerLogger(&extra);
     LogCapture capture(VLOGSRC_APP, VLOG_DEBUG);
-
     vLogMessage(VLOGSRC_APP, VLOG_INFO, "once");
     EXPECT_EQ(counts.count, 1);
     ModuleLogger::unregisterLogger(&extra);
@@ -216,11 +172,6 @@ TEST_F(LogTest, RegistrationIsIdempotentAndUnregisteringIsPerLogger)
     EXPECT_EQ(capture.lines().size(), 2u);
     ModuleLogger::unregisterLogger(&extra); // not registered: no effect
     EXPECT_EQ(vLogGetLevel(VLOGSRC_APP), VLOG_DEBUG);
-}
-
-TEST_F(LogTest, DestroyedLoggerIsUnregistered)
-{
-    CountingLog counts;
     {
         ModuleLogger scoped(&counts, "scoped");
         scoped.levels().setLevelAll(VLOG_DEBUG);
@@ -229,55 +180,39 @@ TEST_F(LogTest, DestroyedLoggerIsUnregistered)
     }
     EXPECT_EQ(vLogGetLevel(VLOGSRC_NIM), VLOG_ERROR);
     vLogMessage(VLOGSRC_NIM, VLOG_ERROR, "after");
-    EXPECT_EQ(counts.count, 0);
-}
+    EXPECT_EQ(counts.count, 1);
 
-TEST_F(LogTest, BackEndMayLogWhileDelivering)
-{
-    ReentrantLog reentrant;
-    ModuleLogger nested(&reentrant, "nested");
+    // A back end may log from inside a delivery.
+    counts.nestFrom = "app";
+    ModuleLogger nested(&counts, "nested");
     nested.levels().setLevelAll(VLOG_DEBUG);
     ModuleLogger::registerLogger(&nested);
-    LogCapture capture(VLOGSRC_CORE, VLOG_INFO);
+    LogCapture core(VLOGSRC_CORE, VLOG_INFO);
     vLogMessage(VLOGSRC_APP, VLOG_INFO, "outer");
     ModuleLogger::unregisterLogger(&nested);
-    ASSERT_EQ(capture.lines().size(), 1u);
-    EXPECT_EQ(capture.lines()[0].text, "nested from app");
+    EXPECT_EQ(core.summary(), Lines{"core.info: nested from app"});
+    EXPECT_EQ(counts.count, 3);
 }
 
-TEST_F(LogTest, LoggersAreFoundByNameAndEmptyNameIsTheFirst)
-{
-    LogCapture capture(VLOG_DEBUG);
-    ModuleLogger::LoggersLock lock;
-    EXPECT_EQ(ModuleLogger::getLoggerByName_i("default"), ModuleLogger::defaultLogger());
-    EXPECT_EQ(ModuleLogger::getLoggerByName_i(""), ModuleLogger::defaultLogger());
-    EXPECT_EQ(ModuleLogger::getLoggerByName_i("capture"), &capture.logger());
-    EXPECT_EQ(ModuleLogger::getLoggerByName_i("netlog"), nullptr);
-    EXPECT_EQ(ModuleLogger::defaultLogger()->name(), "default");
-    EXPECT_EQ(ModuleLogger::defaultLogger()->log(), Log::Get());
-}
-
-TEST_F(LogTest, LevelListStopsAtTheFirstBadItem)
+TEST_F(LogTest, LevelListsApplyUpToTheFirstBadItemToTheNamedLogger)
 {
     LogCapture capture(VLOG_ERROR);
-    const std::vector<vLogLevel> defaults = levelsOf(*ModuleLogger::defaultLogger());
+    const Levels defaults = levelsOf(*ModuleLogger::defaultLogger());
 
     // A bad item after "all" leaves "all" applied.
     EXPECT_FALSE(vLogSetMultipleLevels("capture:all=debug,bogus=info"));
-    EXPECT_EQ(levelsOf(capture.logger()), std::vector<vLogLevel>(VLOG_NSOURCES, VLOG_DEBUG));
+    EXPECT_EQ(levelsOf(capture.logger()), Levels(VLOG_NSOURCES, VLOG_DEBUG));
 
     // Items before the bad one stay, items after it are not applied.
     capture.logger().levels().setLevelAll(VLOG_ERROR);
     EXPECT_FALSE(vLogSetMultipleLevels("capture:kapi_net=info,nonsense,app=debug"));
-    std::vector<vLogLevel> expected(VLOG_NSOURCES, VLOG_ERROR);
+    Levels expected(VLOG_NSOURCES, VLOG_ERROR);
     expected[VLOGSRC_KAPI_NET] = VLOG_INFO;
     EXPECT_EQ(levelsOf(capture.logger()), expected);
-
-    EXPECT_FALSE(vLogSetMultipleLevels("capture:app=loud"));
-    EXPECT_FALSE(vLogSetMultipleLevels("capture:=debug"));
-    EXPECT_FALSE(vLogSetMultipleLevels("capture:App=debug")); // names are case-sensitive
-    EXPECT_FALSE(vLogSetMultipleLevels("capture:app=DEBUG"));
-    EXPECT_FALSE(vLogSetMultipleLevels("capture:app=debug=x"));
+    // Names are case-sensitive; an unknown logger changes nothing anywhere.
+    for (const char* bad : {"capture:app=loud", "capture:=debug", "capture:App=debug",
+                            "capture:app=DEBUG", "capture:app=debug=x", "nosuch:all=debug"})
+        EXPECT_FALSE(vLogSetMultipleLevels(bad)) << bad;
     EXPECT_EQ(levelsOf(capture.logger()), expected);
 
     // Empty items are skipped; an empty list is a valid (empty) list.
@@ -287,34 +222,20 @@ TEST_F(LogTest, LevelListStopsAtTheFirstBadItem)
     expected[VLOGSRC_MTM] = VLOG_WARNING;
     EXPECT_EQ(levelsOf(capture.logger()), expected);
     EXPECT_EQ(vLogGetLevel(VLOGSRC_APP), VLOG_DEBUG);
-
     EXPECT_EQ(levelsOf(*ModuleLogger::defaultLogger()), defaults);
     EXPECT_FALSE(vLogSetMultipleLevels(nullptr));
     EXPECT_FALSE(capture.logger().levels().setMultipleLevels(nullptr));
-}
 
-TEST_F(LogTest, UnknownLoggerNameChangesNothing)
-{
-    LogCapture capture(VLOG_WARNING);
-    const std::vector<vLogLevel> defaults = levelsOf(*ModuleLogger::defaultLogger());
-    EXPECT_FALSE(vLogSetMultipleLevels("nosuchlogger:all=debug"));
-    EXPECT_EQ(levelsOf(capture.logger()), std::vector<vLogLevel>(VLOG_NSOURCES, VLOG_WARNING));
-    EXPECT_EQ(levelsOf(*ModuleLogger::defaultLogger()), defaults);
-    EXPECT_EQ(vLogGetLevel(VLOGSRC_APP), VLOG_WARNING);
-}
-
-TEST_F(LogTest, LevelListWithoutLoggerNameAppliesToTheDefaultLogger)
-{
-    LogCapture capture(VLOG_NONE);
+    // Without a logger name (or with an empty one) the list is for the default logger.
     EXPECT_TRUE(vLogSetMultipleLevels("app=info"));
     EXPECT_TRUE(vLogSetMultipleLevels(":core=debug"));
     EXPECT_TRUE(vLogSetMultipleLevels("default:lua=warning"));
-    const std::vector<vLogLevel> levels = levelsOf(*ModuleLogger::defaultLogger());
-    EXPECT_EQ(levels[VLOGSRC_APP], VLOG_INFO);
-    EXPECT_EQ(levels[VLOGSRC_CORE], VLOG_DEBUG);
-    EXPECT_EQ(levels[VLOGSRC_LUA], VLOG_WARNING);
-    EXPECT_EQ(levels[VLOGSRC_KAPI_OS], VLOG_NONE);
-    EXPECT_EQ(levelsOf(capture.logger()), std::vector<vLogLevel>(VLOG_NSOURCES, VLOG_NONE));
+    Levels levels(defaults);
+    levels[VLOGSRC_APP] = VLOG_INFO;
+    levels[VLOGSRC_CORE] = VLOG_DEBUG;
+    levels[VLOGSRC_LUA] = VLOG_WARNING;
+    EXPECT_EQ(levelsOf(*ModuleLogger::defaultLogger()), levels);
+    EXPECT_EQ(levelsOf(capture.logger()), expected);
     EXPECT_EQ(vLogGetLevel(VLOGSRC_CORE), VLOG_DEBUG);
 }
 
@@ -331,24 +252,20 @@ TEST(LogNames, LevelsAndSourcesByNameAndNumber)
     EXPECT_STREQ(vLogLevelName(6), "unknownLevel");
     EXPECT_STREQ(vLogLevelName(-1), "unknownLevel");
     vLogLevel untouched = 3;
-    EXPECT_FALSE(vLogLevelFromName("INFO", &untouched));
-    EXPECT_FALSE(vLogLevelFromName("all", &untouched));
-    EXPECT_FALSE(vLogLevelFromName(nullptr, &untouched));
+    for (const char* bad : {"INFO", "all", static_cast<const char*>(nullptr)})
+        EXPECT_FALSE(vLogLevelFromName(bad, &untouched));
     EXPECT_EQ(untouched, 3);
     EXPECT_FALSE(vLogLevelIsValid(""));
 
-    const std::pair<vLogSource, const char*> samples[] = {
-        {VLOGSRC_KAPI_OS, "kapi_os"},
-        {VLOGSRC_NETWORK_STORAGE_DEVICE, "network_storage_device"},
-        {VLOGSRC_P2S_CLIENT, "p2s_client"},
-        {VLOGSRC_MTM, "MTM"},
-        {VLOGSRC_SERVER_LS, "server_ls"},
-        {VLOGSRC_SDB_CATCHUP, "sdb_catchup"},
-        {VLOGSRC_APP, "app"},
-        {VLOGSRC_JAVASCRIPT, "javascript"}};
-    for (const auto& [source, name] : samples) {
-        EXPECT_STREQ(vLogSourceName(source), name);
-    }
+    const vLogSource sources[] = {VLOGSRC_KAPI_OS,    VLOGSRC_NETWORK_STORAGE_DEVICE,
+                                  VLOGSRC_P2S_CLIENT, VLOGSRC_MTM,
+                                  VLOGSRC_SERVER_LS,  VLOGSRC_SDB_CATCHUP,
+                                  VLOGSRC_APP,        VLOGSRC_JAVASCRIPT};
+    std::string names;
+    for (vLogSource source : sources)
+        names += std::string(vLogSourceName(source)) + " ";
+    EXPECT_EQ(names, "kapi_os network_storage_device p2s_client MTM server_ls sdb_catchup app "
+                     "javascript ");
     for (vLogSource source = 0; source < VLOG_NSOURCES; ++source) {
         vLogSource parsed = -1;
         ASSERT_TRUE(vLogSourceFromName(vLogSourceName(source), &parsed)) << source;
@@ -357,72 +274,44 @@ TEST(LogNames, LevelsAndSourcesByNameAndNumber)
     EXPECT_STREQ(vLogSourceName(71), "unknownSource");
     EXPECT_STREQ(vLogSourceName(-1), "unknownSource");
     vLogSource unchanged = 7;
-    EXPECT_FALSE(vLogSourceFromName("all", &unchanged));
-    EXPECT_FALSE(vLogSourceFromName("mtm", &unchanged));
-    EXPECT_FALSE(vLogSourceFromName("unknownSource", &unchanged));
+    for (const char* bad : {"all", "mtm", "unknownSource"})
+        EXPECT_FALSE(vLogSourceFromName(bad, &unchanged)) << bad;
     EXPECT_EQ(unchanged, 7);
 }
 
-TEST(LogFormat, ConsoleLineFormatUsesUtcAndEnglishMonths)
+TEST(LogFormat, ConsoleLineFormatPriorityNamesAndSyslogPriorities)
 {
-    char buffer[400];
-    Log::getSyslogStyleFormat(buffer, sizeof(buffer), utc(2024, 3, 5, 14, 2, 7), 1234, "app",
-                              Log::PRIO_INFO, "Starting connection.");
-    EXPECT_STREQ(buffer, "Mar  5 14:02:07 [1234] <app.info>: Starting connection.\n");
-
-    Log::getSyslogStyleFormat(buffer, sizeof(buffer), utc(1999, 12, 31, 23, 59, 59), 4000000000u,
-                              "kapi_net", Log::PRIO_DEBUG, "%s and %d stay unexpanded");
-    EXPECT_STREQ(buffer,
-                 "Dec 31 23:59:59 [4000000000] <kapi_net.debug>: %s and %d stay unexpanded\n");
-
-    const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    for (int month = 1; month <= 12; ++month) {
-        Log::getSyslogStyleFormat(buffer, sizeof(buffer), utc(2021, month, 10, 0, 0, 0), 1, "s",
-                                  Log::Priority(7), "m");
-        EXPECT_EQ(std::string(buffer),
-                  std::string(months[month - 1]) + " 10 00:00:00 [1] <s.error>: m\n");
-    }
-}
-
-TEST(LogFormat, ConsoleLineIsCutToTheBuffer)
-{
-    const std::string longFormat(500, 'x');
-    char buffer[400];
-    Log::getSyslogStyleFormat(buffer, sizeof(buffer), utc(2024, 3, 5, 14, 2, 7), 1234, "app",
-                              Log::PRIO_INFO, longFormat.c_str());
+    EXPECT_EQ(consoleLine("2024-03-05 14:02:07", 1234, "app", Log::PRIO_INFO, "Starting."),
+              "Mar  5 14:02:07 [1234] <app.info>: Starting.\n");
+    EXPECT_EQ(consoleLine("1999-12-31 23:59:59", 4000000000u, "kapi_net", Log::PRIO_DEBUG,
+                          "%s and %d stay unexpanded"),
+              "Dec 31 23:59:59 [4000000000] <kapi_net.debug>: %s and %d stay unexpanded\n");
+    const std::string months = "JanFebMarAprMayJunJulAugSepOctNovDec";
+    for (int month = 1; month <= 12; ++month)
+        EXPECT_EQ(
+            consoleLine(("2021-" + std::to_string(month) + "-10 00:00:00").c_str(), 1, "s", 7, "m"),
+            months.substr(3 * (month - 1), 3) + " 10 00:00:00 [1] <s.error>: m\n");
+    // Lines are cut to the buffer.
     const std::string prefix = "Mar  5 14:02:07 [1234] <app.info>: ";
-    EXPECT_EQ(std::string(buffer), prefix + std::string(399 - prefix.size(), 'x'));
+    EXPECT_EQ(consoleLine("2024-03-05 14:02:07", 1234, "app", Log::PRIO_INFO,
+                          std::string(500, 'x').c_str()),
+              prefix + std::string(399 - prefix.size(), 'x'));
+    EXPECT_EQ(consoleLine("2024-03-05 14:02:07", 1, "a", Log::PRIO_INFO, "m", 10), "Mar  5 14");
 
-    char tiny[10];
-    memset(tiny, '#', sizeof(tiny));
-    Log::getSyslogStyleFormat(tiny, sizeof(tiny), utc(2024, 3, 5, 14, 2, 7), 1, "a", Log::PRIO_INFO,
-                              "m");
-    EXPECT_STREQ(tiny, "Mar  5 14");
-}
-
-TEST(LogFormat, PriorityNamesAndSyslogPriorities)
-{
-    const std::pair<const char*, int> expected[] = {{"error", LOG_ERR},
-                                                    {"warning", LOG_WARNING},
-                                                    {"notice", LOG_NOTICE},
-                                                    {"info", LOG_INFO},
-                                                    {"debug", LOG_DEBUG}};
-    for (int priority = 0; priority < 5; ++priority) {
-        EXPECT_STREQ(Log::priorityName(priority), expected[priority].first);
-        EXPECT_EQ(Kapi::LogLinux::syslogPriority(priority), expected[priority].second);
+    const char* const names[] = {"error", "warning", "notice", "info", "debug", "error"};
+    const int syslogPriorities[] = {LOG_ERR, LOG_WARNING, LOG_NOTICE, LOG_INFO, LOG_DEBUG, LOG_ERR};
+    for (int priority = 0; priority < 6; ++priority) {
+        EXPECT_STREQ(Log::priorityName(priority), names[priority]);
+        EXPECT_EQ(Kapi::LogLinux::syslogPriority(priority), syslogPriorities[priority]);
     }
-    EXPECT_STREQ(Log::priorityName(5), "error");
     EXPECT_STREQ(Log::priorityName(-1), "error");
-    EXPECT_EQ(Kapi::LogLinux::syslogPriority(5), LOG_ERR);
 }
 
 TEST(LogTraceTime, IsWallClockMicroseconds)
 {
-    struct timeval before = {};
+    struct timeval before = {}, after = {};
     gettimeofday(&before, nullptr);
     const int64_t traced = vLogTraceTime();
-    struct timeval after = {};
     gettimeofday(&after, nullptr);
     EXPECT_GE(traced, int64_t(before.tv_sec) * 1000000 + before.tv_usec);
     EXPECT_LE(traced, int64_t(after.tv_sec) * 1000000 + after.tv_usec);
@@ -447,15 +336,13 @@ TEST_F(LogTest, ConcurrentLoggingAndLevelChanges)
     for (int t = 0; t < 4; ++t) {
         writers.emplace_back([t] {
             for (int i = 0; i < 500; ++i) {
-                if (vLogLevelEnabled(VLOGSRC_APP, VLOG_INFO)) {
+                if (vLogLevelEnabled(VLOGSRC_APP, VLOG_INFO))
                     vLogMessage(VLOGSRC_APP, VLOG_INFO, "writer %d message %d", t, i);
-                }
             }
         });
     }
-    for (std::thread& writer : writers) {
+    for (std::thread& writer : writers)
         writer.join();
-    }
     stop = true;
     changer.join();
     EXPECT_EQ(capture.lines().size(), 2000u);

@@ -22,9 +22,8 @@ bool tryFromOtherThread(Mutex& mutex)
     bool taken = false;
     std::thread other([&] {
         taken = mutex.tryAcquire();
-        if (taken) {
+        if (taken)
             mutex.release();
-        }
     });
     other.join();
     return taken;
@@ -32,29 +31,21 @@ bool tryFromOtherThread(Mutex& mutex)
 
 } // namespace
 
-TEST(Mutex, TryAcquireSeesTheHolder)
+TEST(Mutex, TryAcquireSeesTheHolderAndIsNeverRecursive)
 {
-    std::unique_ptr<Mutex> mutex = Mutex::New(false);
-    ASSERT_NE(dynamic_cast<Kapi::PosixMutex*>(mutex.get()), nullptr);
-    EXPECT_TRUE(tryFromOtherThread(*mutex));
-
-    EXPECT_TRUE(mutex->tryAcquire());
-    EXPECT_FALSE(tryFromOtherThread(*mutex));
-    EXPECT_FALSE(mutex->tryAcquire()); // not recursive, even for the holder
-    mutex->release();
-    EXPECT_TRUE(tryFromOtherThread(*mutex));
-
-    mutex->acquire();
-    EXPECT_FALSE(tryFromOtherThread(*mutex));
-    mutex->release();
-}
-
-TEST(Mutex, RecursiveArgumentHasNoEffect)
-{
-    std::unique_ptr<Mutex> mutex = Mutex::New(true);
-    EXPECT_TRUE(mutex->tryAcquire());
-    EXPECT_FALSE(mutex->tryAcquire());
-    mutex->release();
+    for (bool recursive : {false, true}) {
+        std::unique_ptr<Mutex> mutex = Mutex::New(recursive);
+        ASSERT_NE(dynamic_cast<Kapi::PosixMutex*>(mutex.get()), nullptr);
+        EXPECT_TRUE(tryFromOtherThread(*mutex));
+        EXPECT_TRUE(mutex->tryAcquire());
+        EXPECT_FALSE(tryFromOtherThread(*mutex));
+        EXPECT_FALSE(mutex->tryAcquire()) << recursive; // not even for the holder
+        mutex->release();
+        EXPECT_TRUE(tryFromOtherThread(*mutex));
+        mutex->acquire();
+        EXPECT_FALSE(tryFromOtherThread(*mutex));
+        mutex->release();
+    }
 }
 
 TEST(Mutex, GuardsHoldForTheirScope)
@@ -69,10 +60,8 @@ TEST(Mutex, GuardsHoldForTheirScope)
         }
         EXPECT_TRUE(tryFromOtherThread(*scoped->get()));
     }
-    {
-        Kapi::MutexLocker locker(owned.get());
-        EXPECT_FALSE(owned->tryAcquire());
-    }
+    Kapi::MutexLocker locker(owned.get());
+    EXPECT_FALSE(owned->tryAcquire());
 }
 
 TEST(Mutex, SerialisesReadModifyWrite)
@@ -88,13 +77,12 @@ TEST(Mutex, SerialisesReadModifyWrite)
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(counter, 80000);
 }
 
-TEST(MutexDeathTest, ReleasingAnUnheldMutexEndsTheProcess)
+TEST(MutexDeathTest, ReleasingAMutexNotHeldByTheCallerEndsTheProcess)
 {
     KELO_SKIP_UNDER_TSAN();
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -104,12 +92,6 @@ TEST(MutexDeathTest, ReleasingAnUnheldMutexEndsTheProcess)
             Mutex::New(false)->release();
         },
         "KapiMutex:233 Assertion failure: iResult == 0 && \"mutex unlock failed\"");
-}
-
-TEST(MutexDeathTest, ReleasingFromAnotherThreadEndsTheProcess)
-{
-    KELO_SKIP_UNDER_TSAN();
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             Kapi::Log::Get()->setLogToConsole(true);

@@ -8,49 +8,27 @@
 #include <gtest/gtest.h>
 
 #include <cinttypes>
-#include <cstdarg>
 #include <cstdio>
 #include <fstream>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
+using Kapi::StringVector;
 using Kapi::vConfig;
 
 namespace {
 
-
-// The configuration text the program entry starts from, before it appends its own lines.
-const char kEntryDefaultText[] = "[overscan]\n"
-                                 "top = 0\n"
-                                 "left = 0\n"
-                                 "bottom = 0\n"
-                                 "right = 0\n"
-                                 "[screensaver]\n"
-                                 "external = true\n"
-                                 "[appData]\n"
-                                 "appDataPath=/misc\n"
-                                 "appDataSize=2097152\n"
-                                 "[errorhandling]\n"
-                                 "policy=retry_quit\n"
-                                 "retryKeyName=OK\n"
-                                 "[locale]\n"
-                                 "country=auto\n";
-
-// The entry's text with the lines it appends: language, then the streaming region.
+// The configuration text the program entry starts from, then the lines it appends: language,
+// then the streaming region.
 std::string entryText(const std::string& language, const std::string& pointerText)
 {
-    return std::string(kEntryDefaultText) + "language=" + language + "\n[streaming]\n" +
-           "streamingBufferPtr=" + pointerText + "\nstreamingBufferSize=25165824\n";
-}
-
-std::string pointerText(const void* p)
-{
-    char buffer[32];
-    snprintf(buffer, sizeof buffer, "0x%" PRIxPTR, reinterpret_cast<uintptr_t>(p));
-    return buffer;
+    return "[overscan]\ntop = 0\nleft = 0\nbottom = 0\nright = 0\n[screensaver]\nexternal = "
+           "true\n[appData]\nappDataPath=/misc\nappDataSize=2097152\n[errorhandling]\n"
+           "policy=retry_quit\nretryKeyName=OK\n[locale]\ncountry=auto\nlanguage=" +
+           language + "\n[streaming]\nstreamingBufferPtr=" + pointerText +
+           "\nstreamingBufferSize=25165824\n";
 }
 
 vConfig parsed(const std::string& text)
@@ -60,58 +38,46 @@ vConfig parsed(const std::string& text)
     return config;
 }
 
+std::string single(const vConfig& config, const std::string& section, const std::string& key)
+{
+    std::string value = "<untouched>";
+    EXPECT_TRUE(config.getSingleValue(section, key, value, "<default>")) << section << "/" << key;
+    return value;
+}
+
 } // namespace
 
-// ---------------------------------------------------------------------------------------------
-// Line grammar
-
-TEST(vConfigParse, LinesBeforeTheFirstHeaderGoToGlobal)
+// The text form shows the structure: global entries first, then each section occurrence in
+// name order, keys in order, "key = value".
+TEST(vConfigParse, GrammarAsTheTextFormShowsIt)
 {
-    vConfig config = parsed("a = 1\nb=2\n[s]\nc=3\n");
-    ASSERT_EQ(config.global.size(), 2u);
-    EXPECT_EQ(config.global.find("a")->second, "1");
-    EXPECT_EQ(config.global.find("b")->second, "2");
-    ASSERT_EQ(config.sections.size(), 1u);
-    EXPECT_EQ(config.sections.find("s")->second.find("c")->second, "3");
-    EXPECT_EQ(config.current, nullptr);
+    const std::pair<const char*, const char*> rows[] = {
+        {"a = 1\nb=2\n[s]\nc=3\n", "a = 1\nb = 2\n\n[s]\nc = 3\n"},
+        // The key ends at the first '=' and is trimmed; so is the value.
+        {"  a key \t=  value = with = equals  \t\nempty =\nx==y\n",
+         "a key = value = with = equals\nempty = \nx = =y\n"},
+        {"# a = 1\n\n   \n  #[notasection]\r\nb = 2\r\n", "b = 2\n"},
+        // Header names keep their inner blanks; a repeated header starts a new section.
+        {"[ spaced name ]\nk=v\n[a]\nx=1\n[a]\nx=2\n[a]\n",
+         "\n[ spaced name ]\nk = v\n\n[a]\nx = 1\n\n[a]\nx = 2\n\n[a]\n"},
+        // An open bracket without its close is part of a key.
+        {"[x = 1\n[y]z=2\n", "[x = 1\n[y]z = 2\n"},
+        {"z=1\n[ b ]\n  k  =  v = w \n[a]\nx=1\nx=2\n# c\n[b]\ne=\n[[x]]\ny=\t1\n",
+         "z = 1\n\n[ b ]\nk = v = w\n\n[[x]]\ny = 1\n\n[a]\nx = 1\nx = 2\n\n[b]\ne = \n"},
+        {"", ""},
+    };
+    for (const auto& [text, printed] : rows) {
+        const vConfig config = parsed(text);
+        EXPECT_EQ(config.toString(), printed) << text;
+        EXPECT_EQ(config.current, nullptr);
+        EXPECT_EQ(parsed(printed).toString(), printed) << text;
+    }
 
-    std::string value;
-    EXPECT_TRUE(config.getSingleValue("", "a", value, "d"));
-    EXPECT_EQ(value, "1");
+    const vConfig config = parsed("a=1\n[a]\nx=1\n[a]\nx=2\n[a]\n");
+    EXPECT_EQ(single(config, "", "a"), "1");
     const vConfig::vSection* global = nullptr;
     ASSERT_TRUE(config.getSingleSection("", global));
     EXPECT_EQ(global, &config.global);
-}
-
-TEST(vConfigParse, KeyIsTailTrimmedAndValueHeadTrimmedAtTheFirstEquals)
-{
-    vConfig config = parsed("  a key \t=  value = with = equals  \t\nempty =\nx==y\n");
-    std::string value;
-    EXPECT_TRUE(config.getSingleValue("", "a key", value, "d"));
-    EXPECT_EQ(value, "value = with = equals");
-    EXPECT_TRUE(config.getSingleValue("", "empty", value, "d"));
-    EXPECT_EQ(value, "");
-    EXPECT_TRUE(config.getSingleValue("", "x", value, "d"));
-    EXPECT_EQ(value, "=y");
-}
-
-TEST(vConfigParse, CommentsBlankLinesAndCarriageReturns)
-{
-    vConfig config = parsed("# a = 1\n\n   \n  #[notasection]\r\nb = 2\r\n");
-    EXPECT_EQ(config.sections.size(), 0u);
-    ASSERT_EQ(config.global.size(), 1u);
-    EXPECT_EQ(config.global.find("b")->second, "2");
-}
-
-TEST(vConfigParse, HeaderNameKeepsInnerBlanksAndRepeatedHeadersMakeNewSections)
-{
-    vConfig config = parsed("[ spaced name ]\nk=v\n[a]\nx=1\n[a]\nx=2\n[a]\n");
-    EXPECT_EQ(config.sections.count(" spaced name "), 1u);
-    EXPECT_EQ(config.sections.count("spaced name"), 0u);
-    std::string value;
-    EXPECT_TRUE(config.getSingleValue(" spaced name ", "k", value, "d"));
-    EXPECT_EQ(value, "v");
-
     std::vector<const vConfig::vSection*> found;
     ASSERT_TRUE(config.getSections("a", found));
     ASSERT_EQ(found.size(), 3u);
@@ -122,384 +88,189 @@ TEST(vConfigParse, HeaderNameKeepsInnerBlanksAndRepeatedHeadersMakeNewSections)
     EXPECT_TRUE(found.empty());
 }
 
-TEST(vConfigParse, OpenBracketWithoutCloseIsAKeyLine)
-{
-    vConfig config = parsed("[x = 1\n[y]z=2\n");
-    std::string value;
-    EXPECT_TRUE(config.getSingleValue("", "[x", value, "d"));
-    EXPECT_EQ(value, "1");
-    EXPECT_TRUE(config.getSingleValue("", "[y]z", value, "d"));
-    EXPECT_EQ(value, "2");
-    EXPECT_TRUE(config.sections.empty());
-}
-
-// Each bad line stops the parse at that line; what came before stays loaded, nothing after.
+// Each bad line stops the parse at that line with a warning; what came before stays loaded.
 TEST(vConfigParse, BadLinesStopTheParseAndKeepEarlierLines)
 {
-    struct Case
+    const struct
     {
         const char* text;
         int line;
         const char* lineText;
-    };
-    const Case cases[] = {
+    } rows[] = {
         {"a=1\n[s]\nno equals here\nb=2\n", 3, "no equals here"},
         {"a=1\n[]\nb=2\n", 2, "[]"},
         {"a=1\n  = value\nb=2\n", 2, "  = value"},
         {"a=1\n[unclosed\nb=2\n", 2, "[unclosed"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_WARNING);
         vConfig config;
-        EXPECT_FALSE(config.fromString(c.text));
-        EXPECT_EQ(config.getErrorLine(), c.line);
-        EXPECT_EQ(config.getErrorText(), c.lineText);
+        EXPECT_FALSE(config.fromString(row.text));
+        EXPECT_EQ(config.getErrorLine(), row.line);
+        EXPECT_EQ(config.getErrorText(), row.lineText);
         EXPECT_EQ(config.current, nullptr);
-        std::string value;
-        EXPECT_TRUE(config.getSingleValue("", "a", value, "d"));
-        EXPECT_EQ(value, "1");
+        EXPECT_EQ(single(config, "", "a"), "1");
         EXPECT_EQ(config.global.count("b"), 0u);
+        EXPECT_EQ(capture.summary(),
+                  std::vector<std::string>{"misc_system.warning: trouble parsing line #" +
+                                           std::to_string(row.line) + " '" + row.lineText + "'\n"});
 
         // A later good parse clears both the content and the error.
-        EXPECT_TRUE(config.fromString("c=3"));
+        EXPECT_TRUE(config.fromStringVector(StringVector{"[s]", "k = v"}));
         EXPECT_EQ(config.getErrorLine(), 0);
         EXPECT_EQ(config.getErrorText(), "");
-        EXPECT_EQ(config.toString(), "c = 3\n");
+        EXPECT_EQ(config.toString(), "\n[s]\nk = v\n");
     }
-}
-
-TEST(vConfigParse, BadLineLogsTheWarningWithNumberAndText)
-{
-    LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_WARNING);
-    vConfig config;
-    EXPECT_FALSE(config.fromString("[overscan]\ntop = 0\nleft 0\nright = 0\n"));
-    const std::vector<LogCapture::Line> lines = capture.lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].source, "misc_system");
-    EXPECT_EQ(lines[0].priority, Kapi::Log::PRIO_WARNING);
-    EXPECT_EQ(lines[0].text, "trouble parsing line #3 'left 0'\n");
-}
-
-TEST(vConfigParse, EmptyTextAndFromStringVector)
-{
-    vConfig config = parsed("a=1");
-    EXPECT_TRUE(config.fromString(""));
-    EXPECT_TRUE(config.global.empty());
-    EXPECT_EQ(config.toString(), "");
-
-    EXPECT_TRUE(config.fromStringVector(Kapi::StringVector{"[s]", "k = v"}));
-    EXPECT_EQ(config.toString(), "\n[s]\nk = v\n");
 }
 
 TEST(vConfigParse, FromFileReadsLinesAndKeepsTheStoreWhenUnreadable)
 {
-    char path[] = "/tmp/vconfig_test_XXXXXX";
-    const int fd = mkstemp(path);
-    ASSERT_GE(fd, 0);
-    close(fd);
-    {
-        std::ofstream file(path);
-        file << "[locale]\ncountry=auto\nlanguage=en\n";
-    }
+    const std::string path = testing::TempDir() + "vconfig_test_" + std::to_string(getpid());
+    std::ofstream(path) << "[locale]\ncountry=auto\nlanguage=en\n";
     vConfig config;
     EXPECT_TRUE(config.fromFile(path));
-    std::string value;
-    EXPECT_TRUE(config.getSingleValue("locale", "language", value, ""));
-    EXPECT_EQ(value, "en");
-    unlink(path);
-
+    EXPECT_EQ(single(config, "locale", "language"), "en");
+    unlink(path.c_str());
     EXPECT_FALSE(config.fromFile(path));
-    EXPECT_TRUE(config.getSingleValue("locale", "language", value, ""));
-    EXPECT_EQ(value, "en");
+    EXPECT_EQ(single(config, "locale", "language"), "en");
 }
 
-// ---------------------------------------------------------------------------------------------
-// Getters
-
-TEST(vConfigGet, RepeatedSectionGivesDefaultsWithSuccess)
+TEST(vConfigGet, RepeatedSectionsGiveDefaultsAndRepeatedKeysAreRefused)
 {
-    vConfig config = parsed("[a]\nx=1\nflag=true\n[a]\nx=2\n");
+    const vConfig config = parsed("[a]\nx=1\nflag=true\n[a]\nx=2\n[s]\nk=1\nk=2\nother=3\n");
     const vConfig::vSection* section = nullptr;
     EXPECT_FALSE(config.getSingleSection("a", section));
     EXPECT_EQ(section, nullptr);
     EXPECT_FALSE(config.getSingleSection("missing", section));
-
-    std::string text;
-    EXPECT_TRUE(config.getSingleValue("a", "x", text, "dflt"));
-    EXPECT_EQ(text, "dflt");
+    EXPECT_EQ(single(config, "a", "x"), "<default>");
     int number = 0;
     EXPECT_TRUE(config.getSingleIntegerValue("a", "x", number, 42));
     EXPECT_EQ(number, 42);
     bool flag = true;
     EXPECT_TRUE(config.getSingleBooleanValue("a", "flag", flag, false));
     EXPECT_FALSE(flag);
-    Kapi::StringVector values;
+    StringVector values{"stale"};
     EXPECT_FALSE(config.getValues("a", "x", values));
     EXPECT_TRUE(values.empty());
-}
 
-TEST(vConfigGet, RepeatedKeyIsRefusedBySingleGetters)
-{
-    vConfig config = parsed("[s]\nk=1\nk=2\nother=3\n");
     std::string text = "untouched";
     EXPECT_FALSE(config.getSingleValue("s", "k", text, "d"));
     EXPECT_EQ(text, "untouched");
-    int number = 7;
     EXPECT_FALSE(config.getSingleIntegerValue("s", "k", number, 9));
     EXPECT_EQ(number, 9);
-
-    Kapi::StringVector values;
     EXPECT_TRUE(config.getValues("s", "k", values));
-    EXPECT_EQ(values, (Kapi::StringVector{"1", "2"}));
+    EXPECT_EQ(values, (StringVector{"1", "2"}));
     EXPECT_TRUE(config.getValues("s", "none", values));
     EXPECT_TRUE(values.empty());
-
-    const vConfig::vSection* section = nullptr;
     ASSERT_TRUE(config.getSingleSection("s", section));
     std::set<std::string> names;
     section->getNames(names);
     EXPECT_EQ(names, (std::set<std::string>{"k", "other"}));
 }
 
-TEST(vConfigGet, Booleans)
+TEST(vConfigGet, TypedValuesWithCRulesAndTheDefaultOnFailure)
 {
-    vConfig config = parsed("[b]\nupper=TRUE\nmixed=fAlSe\none=1\nzero=0\nyes=yes\ntwo=2\n"
-                            "empty=\n");
-    struct Case
-    {
-        const char* key;
-        bool defaultValue;
-        bool result;
-        bool value;
+    const vConfig config = parsed(
+        "[n]\ndec=-12\nhex=0x10\noct=010\nbad=12a\nbig=4294967296\nu16=65535\nu16over=65536\n"
+        "neg=-1\nempty=\nscaled=4K\nscaledM=2 M\nscaledBad=K4\nupper=TRUE\nmixed=fAlSe\none=1\n"
+        "zero=0\nyes=yes\ntwo=2\n");
+    // Each getter starts with `out` away from the default; gives "ok VALUE" or "fail VALUE".
+    auto get = [&](auto getter, const char* key, auto defaultValue) {
+        decltype(defaultValue) out = !defaultValue;
+        const bool ok = (config.*getter)("n", key, out, defaultValue);
+        return (ok ? "ok " : "fail ") + std::to_string(out);
     };
-    const Case cases[] = {
-        {"upper", false, true, true}, {"mixed", true, true, false}, {"one", false, true, true},
-        {"zero", true, true, false},  {"yes", true, false, true},   {"yes", false, false, false},
-        {"two", true, false, true},   {"empty", true, true, true},  {"missing", true, true, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.key);
-        bool out = !c.value;
-        EXPECT_EQ(config.getSingleBooleanValue("b", c.key, out, c.defaultValue), c.result);
-        EXPECT_EQ(out, c.value);
-    }
-}
-
-TEST(vConfigGet, IntegersConvertWithCRulesAndRestoreTheDefaultOnFailure)
-{
-    vConfig config = parsed("[n]\ndec=-12\nhex=0x10\noct=010\nbad=12a\nbig=4294967296\n"
-                            "u16=65535\nu16over=65536\nneg=-1\nempty=\nscaled=4K\nscaledM=2 M\n"
-                            "scaledBad=K4\n");
-    int i = 0;
-    EXPECT_TRUE(config.getSingleIntegerValue("n", "dec", i, 5));
-    EXPECT_EQ(i, -12);
-    EXPECT_TRUE(config.getSingleIntegerValue("n", "hex", i, 5));
-    EXPECT_EQ(i, 16);
-    EXPECT_TRUE(config.getSingleIntegerValue("n", "oct", i, 5));
-    EXPECT_EQ(i, 8);
-    EXPECT_FALSE(config.getSingleIntegerValue("n", "bad", i, 5));
-    EXPECT_EQ(i, 5);
-    EXPECT_FALSE(config.getSingleIntegerValue("n", "big", i, 6));
-    EXPECT_EQ(i, 6);
-    EXPECT_TRUE(config.getSingleIntegerValue("n", "empty", i, 7));
-    EXPECT_EQ(i, 7);
-
-    int64 i64 = 0;
-    EXPECT_TRUE(config.getSingleInteger64Value("n", "big", i64, 0));
-    EXPECT_EQ(i64, 4294967296LL);
-
-    uint16 u16 = 0;
-    EXPECT_TRUE(config.getSingleUInteger16Value("n", "u16", u16, 1));
-    EXPECT_EQ(u16, 65535);
-    EXPECT_FALSE(config.getSingleUInteger16Value("n", "u16over", u16, 1));
-    EXPECT_EQ(u16, 1);
-
-    uint32 u32 = 0;
-    EXPECT_FALSE(config.getSingleUInteger32Value("n", "neg", u32, 3));
-    EXPECT_EQ(u32, 3u);
-    EXPECT_FALSE(config.getSingleUInteger32Value("n", "big", u32, 3));
-    EXPECT_EQ(u32, 3u);
-    EXPECT_TRUE(config.getSingleUInteger32WithScaleValue("n", "scaled", u32, 3));
-    EXPECT_EQ(u32, 4096u);
-    EXPECT_TRUE(config.getSingleUInteger32WithScaleValue("n", "scaledM", u32, 3));
-    EXPECT_EQ(u32, 2u * 1024 * 1024);
-    EXPECT_FALSE(config.getSingleUInteger32WithScaleValue("n", "scaledBad", u32, 3));
-    EXPECT_EQ(u32, 3u);
-    EXPECT_TRUE(config.getSingleUInteger32WithScaleValue("n", "empty", u32, 3));
-    EXPECT_EQ(u32, 3u);
+    EXPECT_EQ(get(&vConfig::getSingleIntegerValue, "dec", 5), "ok -12");
+    EXPECT_EQ(get(&vConfig::getSingleIntegerValue, "hex", 5), "ok 16");
+    EXPECT_EQ(get(&vConfig::getSingleIntegerValue, "oct", 5), "ok 8");
+    EXPECT_EQ(get(&vConfig::getSingleIntegerValue, "bad", 5), "fail 5");
+    EXPECT_EQ(get(&vConfig::getSingleIntegerValue, "big", 6), "fail 6");
+    EXPECT_EQ(get(&vConfig::getSingleIntegerValue, "empty", 7), "ok 7");
+    EXPECT_EQ(get(&vConfig::getSingleIntegerValue, "missing", 7), "ok 7");
+    EXPECT_EQ(get(&vConfig::getSingleInteger64Value, "big", int64(0)), "ok 4294967296");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger16Value, "u16", uint16(1)), "ok 65535");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger16Value, "u16over", uint16(1)), "fail 1");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger32Value, "neg", 3u), "fail 3");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger32Value, "big", 3u), "fail 3");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger32WithScaleValue, "scaled", 3u), "ok 4096");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger32WithScaleValue, "scaledM", 3u), "ok 2097152");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger32WithScaleValue, "scaledBad", 3u), "fail 3");
+    EXPECT_EQ(get(&vConfig::getSingleUInteger32WithScaleValue, "empty", 3u), "ok 3");
+    // Booleans: "true"/"false" in any case, "1" or "0".
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "upper", false), "ok 1");
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "mixed", true), "ok 0");
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "one", false), "ok 1");
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "zero", true), "ok 0");
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "yes", true), "fail 1");
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "yes", false), "fail 0");
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "two", true), "fail 1");
+    EXPECT_EQ(get(&vConfig::getSingleBooleanValue, "empty", true), "ok 1");
 }
 
 TEST(vConfigGet, Addresses)
 {
-    vConfig config = parsed("[net]\nbind=127.0.0.1\nbad=not an address\nempty=\n");
+    const vConfig config = parsed("[net]\nbind=127.0.0.1\nbad=not an address\nempty=\n");
     const Kapi::Address fallback("10.0.0.1");
-    ASSERT_TRUE(fallback.isValid());
-
     Kapi::Address out;
     EXPECT_TRUE(config.getSingleAddressValue("net", "bind", out, fallback));
-    EXPECT_TRUE(out.isValid());
-    EXPECT_EQ(out.toString(), Kapi::Address("127.0.0.1").toString());
-
+    EXPECT_EQ(out.toString(), "127.0.0.1");
     EXPECT_FALSE(config.getSingleAddressValue("net", "bad", out, fallback));
-    EXPECT_EQ(out.toString(), fallback.toString());
-
-    out = Kapi::Address("127.0.0.1");
-    EXPECT_TRUE(config.getSingleAddressValue("net", "empty", out, fallback));
-    EXPECT_EQ(out.toString(), fallback.toString());
-    EXPECT_TRUE(config.getSingleAddressValue("missing", "bind", out, fallback));
-    EXPECT_EQ(out.toString(), fallback.toString());
-}
-
-// ---------------------------------------------------------------------------------------------
-// The program entry's configuration, read as the start-up readers read it
-
-TEST(vConfigEntry, DefaultTextReadsAsTheProgramExpects)
-{
-    const std::unique_ptr<char[]> streamingBuffer(new char[64]);
-    vConfig config = parsed(entryText("en", pointerText(streamingBuffer.get())));
-
-    for (const char* side : {"top", "left", "bottom", "right"}) {
-        int value = -1;
-        EXPECT_TRUE(config.getSingleIntegerValue("overscan", side, value, 0)) << side;
-        EXPECT_EQ(value, 0) << side;
+    EXPECT_EQ(out.toString(), "10.0.0.1");
+    for (const char* key : {"empty", "missing"}) {
+        out = Kapi::Address("127.0.0.1");
+        EXPECT_TRUE(config.getSingleAddressValue("net", key, out, fallback));
+        EXPECT_EQ(out.toString(), "10.0.0.1") << key;
     }
-    bool external = false;
-    EXPECT_TRUE(config.getSingleBooleanValue("screensaver", "external", external, false));
-    EXPECT_TRUE(external);
-
-    std::string text;
-    EXPECT_TRUE(config.getSingleValue("appData", "appDataPath", text, ""));
-    EXPECT_EQ(text, "/misc");
-    int appDataSize = 0;
-    EXPECT_TRUE(config.getSingleIntegerValue("appData", "appDataSize", appDataSize, 0));
-    EXPECT_EQ(appDataSize, 2097152);
-
-    EXPECT_TRUE(config.getSingleValue("errorhandling", "policy", text, ""));
-    EXPECT_EQ(text, "retry_quit");
-    EXPECT_TRUE(config.getSingleValue("errorhandling", "retryKeyName", text, ""));
-    EXPECT_EQ(text, "OK");
-
-    EXPECT_TRUE(config.getSingleValue("locale", "country", text, ""));
-    EXPECT_EQ(text, "auto");
-    EXPECT_TRUE(config.getSingleValue("locale", "language", text, ""));
-    EXPECT_EQ(text, "en");
-
-    int64 pointer = 0;
-    EXPECT_TRUE(config.getSingleInteger64Value("streaming", "streamingBufferPtr", pointer, 0));
-    EXPECT_EQ(pointer, static_cast<int64>(reinterpret_cast<uintptr_t>(streamingBuffer.get())));
-    uint32 size = 0;
-    EXPECT_TRUE(config.getSingleUInteger32Value("streaming", "streamingBufferSize", size, 0));
-    EXPECT_EQ(size, 25165824u);
-
-    // Keys the text does not carry give the readers' defaults.
-    uint32 ioTasks = 0;
-    EXPECT_TRUE(config.getSingleUInteger32Value("misc", "taskSchedulerIoTasks", ioTasks, 16));
-    EXPECT_EQ(ioTasks, 16u);
-    bool useBuiltInCa = false;
-    EXPECT_TRUE(config.getSingleBooleanValue("kickstart", "useBuiltInCa", useBuiltInCa, true));
-    EXPECT_TRUE(useBuiltInCa);
-    EXPECT_TRUE(config.getSingleValue("", "buildChangeNumber", text, "92836"));
-    EXPECT_EQ(text, "92836");
 }
 
-// A 32-bit device prints its pointer with "0x%x"; the top bit set must still read back.
-TEST(vConfigEntry, ThirtyTwoBitPointerTextReadsAsPositiveInt64)
+// The entry's text as the store holds it, and the streaming-region pointer read back as the
+// start-up code reads it.
+TEST(vConfigEntry, TextFormIsExactAndPointersReadBack)
 {
-    vConfig config = parsed(entryText("de", "0xb6a00008"));
+    EXPECT_EQ(
+        parsed(entryText("en", "0x7f3a2c001000")).toString(),
+        "\n[appData]\nappDataPath = /misc\nappDataSize = 2097152\n"
+        "\n[errorhandling]\npolicy = retry_quit\nretryKeyName = OK\n"
+        "\n[locale]\ncountry = auto\nlanguage = en\n"
+        "\n[overscan]\nbottom = 0\nleft = 0\nright = 0\ntop = 0\n"
+        "\n[screensaver]\nexternal = true\n"
+        "\n[streaming]\nstreamingBufferPtr = 0x7f3a2c001000\nstreamingBufferSize = 25165824\n");
+
+    const std::unique_ptr<char[]> buffer(new char[64]);
+    char pointerText[32];
+    snprintf(pointerText, sizeof pointerText, "0x%" PRIxPTR,
+             reinterpret_cast<uintptr_t>(buffer.get()));
     int64 pointer = 0;
-    EXPECT_TRUE(config.getSingleInteger64Value("streaming", "streamingBufferPtr", pointer, 0));
+    EXPECT_TRUE(parsed(entryText("en", pointerText))
+                    .getSingleInteger64Value("streaming", "streamingBufferPtr", pointer, 0));
+    EXPECT_EQ(pointer, static_cast<int64>(reinterpret_cast<uintptr_t>(buffer.get())));
+    // A 32-bit device prints its pointer with "0x%x"; the top bit set must still read back.
+    EXPECT_TRUE(parsed(entryText("de", "0xb6a00008"))
+                    .getSingleInteger64Value("streaming", "streamingBufferPtr", pointer, 0));
     EXPECT_EQ(pointer, 0xb6a00008LL);
 }
 
-TEST(vConfigEntry, TextFormIsExact)
-{
-    vConfig config = parsed(entryText("en", "0x7f3a2c001000"));
-    EXPECT_EQ(config.toString(), "\n[appData]\n"
-                                 "appDataPath = /misc\n"
-                                 "appDataSize = 2097152\n"
-                                 "\n[errorhandling]\n"
-                                 "policy = retry_quit\n"
-                                 "retryKeyName = OK\n"
-                                 "\n[locale]\n"
-                                 "country = auto\n"
-                                 "language = en\n"
-                                 "\n[overscan]\n"
-                                 "bottom = 0\n"
-                                 "left = 0\n"
-                                 "right = 0\n"
-                                 "top = 0\n"
-                                 "\n[screensaver]\n"
-                                 "external = true\n"
-                                 "\n[streaming]\n"
-                                 "streamingBufferPtr = 0x7f3a2c001000\n"
-                                 "streamingBufferSize = 25165824\n");
-}
-
-// ---------------------------------------------------------------------------------------------
-// Writing, text form, copies
-
-TEST(vConfigSet, SetSingleValue)
+TEST(vConfigSet, SetSingleValueAndIndependentCopies)
 {
     vConfig config = parsed("g=1\n[network]\np2pEnabled=true\n[dup]\n[dup]\n[s]\nk=1\nk=2\n");
-
     EXPECT_TRUE(config.setSingleValue("network", "p2pEnabled", "false"));
     EXPECT_TRUE(config.setSingleValue("", "allowProvisioning", "true"));
     EXPECT_TRUE(config.setSingleValue("", "g", "2"));
     EXPECT_TRUE(config.setSingleValue("repository", "diskSizeMB", "0"));
     EXPECT_FALSE(config.setSingleValue("s", "k", "3"));
     EXPECT_FALSE(config.setSingleValue("dup", "k", "3"));
+    EXPECT_EQ(config.toString(), "allowProvisioning = true\ng = 2\n\n[dup]\n\n[dup]\n"
+                                 "\n[network]\np2pEnabled = false\n\n[repository]\ndiskSizeMB = 0\n"
+                                 "\n[s]\nk = 1\nk = 2\n");
 
-    EXPECT_EQ(config.toString(), "allowProvisioning = true\n"
-                                 "g = 2\n"
-                                 "\n[dup]\n"
-                                 "\n[dup]\n"
-                                 "\n[network]\n"
-                                 "p2pEnabled = false\n"
-                                 "\n[repository]\n"
-                                 "diskSizeMB = 0\n"
-                                 "\n[s]\n"
-                                 "k = 1\n"
-                                 "k = 2\n");
-
-    vConfig::vSection section;
-    EXPECT_TRUE(section.setSingleValue("a", "1"));
-    EXPECT_TRUE(section.setSingleValue("a", "2"));
-    EXPECT_EQ(section.size(), 1u);
-    std::string value;
-    EXPECT_TRUE(section.getSingleValue("a", value, ""));
-    EXPECT_EQ(value, "2");
-}
-
-TEST(vConfigText, RoundTripKeepsTheTextForm)
-{
-    const std::string texts[] = {
-        entryText("en", "0xb6a00008"),
-        "z=1\n[ b ]\n  k  =  v = w \n[a]\nx=1\nx=2\n[a]\n# c\n[b]\ne=\n[[x]]\ny=\t1\n",
-        "only = global\n",
-    };
-    for (const std::string& text : texts) {
-        SCOPED_TRACE(text);
-        vConfig first = parsed(text);
-        vConfig second = parsed(first.toString());
-        EXPECT_EQ(second.toString(), first.toString());
-        EXPECT_EQ(second.sections.size(), first.sections.size());
-    }
-}
-
-TEST(vConfigText, CopiesAreIndependent)
-{
-    vConfig original = parsed("[s]\nk=1\n");
-    vConfig copy(original);
+    vConfig copy(config);
     EXPECT_EQ(copy.current, nullptr);
-    EXPECT_TRUE(copy.setSingleValue("s", "k", "2"));
-    std::string value;
-    EXPECT_TRUE(original.getSingleValue("s", "k", value, ""));
-    EXPECT_EQ(value, "1");
-
+    EXPECT_TRUE(copy.setSingleValue("network", "p2pEnabled", "maybe"));
+    EXPECT_EQ(single(config, "network", "p2pEnabled"), "false");
     vConfig assigned;
     assigned = copy;
     EXPECT_TRUE(copy.fromString("other=1"));
-    EXPECT_TRUE(assigned.getSingleValue("s", "k", value, ""));
-    EXPECT_EQ(value, "2");
+    EXPECT_EQ(single(assigned, "network", "p2pEnabled"), "maybe");
     EXPECT_EQ(assigned.current, nullptr);
 }

@@ -6,8 +6,7 @@
 //
 //     LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_WARNING);
 //     ... code under test ...
-//     ASSERT_EQ(capture.lines().size(), 1u);
-//     EXPECT_EQ(capture.lines()[0].text, "trouble parsing line #3 'left 0'\n");
+//     EXPECT_EQ(capture.summary()[0], "misc_system.warning: trouble parsing line #3 'left 0'\n");
 #include "kapi/Log.h"
 #include "kapi/ModuleLogger.h"
 #include "kapi/vLog.h"
@@ -29,16 +28,13 @@ public:
     };
 
     // Every source up to `level`.
-    explicit LogCapture(vLogLevel level = VLOG_DEBUG) : m_logger(&m_backEnd, "capture")
-    {
-        m_logger.levels().setLevelAll(level);
-        Kapi::ModuleLogger::registerLogger(&m_logger);
-    }
+    explicit LogCapture(vLogLevel level = VLOG_DEBUG) : LogCapture(-1, level) {}
     // One source up to `level`; all other sources at "none".
     LogCapture(vLogSource source, vLogLevel level) : m_logger(&m_backEnd, "capture")
     {
-        m_logger.levels().setLevelAll(VLOG_NONE);
-        m_logger.levels().setLevel(source, level);
+        m_logger.levels().setLevelAll(source < 0 ? level : VLOG_NONE);
+        if (source >= 0)
+            m_logger.levels().setLevel(source, level);
         Kapi::ModuleLogger::registerLogger(&m_logger);
     }
     ~LogCapture() { Kapi::ModuleLogger::unregisterLogger(&m_logger); }
@@ -46,23 +42,24 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     Kapi::ModuleLogger& logger() { return m_logger; }
-    std::vector<Line> lines() const { return m_backEnd.lines(); }
-    void clear() { m_backEnd.clear(); }
-    // True when some captured text contains `part`.
-    bool contains(const std::string& part) const
+    std::vector<Line> lines() const
     {
-        for (const Line& line : lines()) {
-            if (line.text.find(part) != std::string::npos) {
-                return true;
-            }
-        }
-        return false;
+        std::lock_guard<std::mutex> lock(m_backEnd.mutex);
+        return m_backEnd.lines;
+    }
+    // "source.priority: text" for each line, e.g. "kapi_ddl.info: Invalid value for Colour: 5".
+    std::vector<std::string> summary() const
+    {
+        std::vector<std::string> result;
+        for (const Line& line : lines())
+            result.push_back(line.source + "." + Kapi::Log::priorityName(line.priority) + ": " +
+                             line.text);
+        return result;
     }
 
 private:
-    class BackEnd : public Kapi::Log
+    struct BackEnd : Kapi::Log
     {
-    public:
         void log(const char* source, Priority priority, const char* format, ...) override
         {
             va_list args;
@@ -78,26 +75,14 @@ private:
             va_end(copy);
             std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
             vsnprintf(text.data(), text.size() + 1, format, args);
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_lines.push_back(Line{source, priority, text});
+            std::lock_guard<std::mutex> lock(mutex);
+            lines.push_back(Line{source, priority, text});
         }
         void setLogToConsole(bool) override {}
         void setHighRes(bool) override {}
 
-        std::vector<Line> lines() const
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            return m_lines;
-        }
-        void clear()
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_lines.clear();
-        }
-
-    private:
-        mutable std::mutex m_mutex;
-        std::vector<Line> m_lines;
+        mutable std::mutex mutex;
+        std::vector<Line> lines; // guarded by mutex
     };
 
     BackEnd m_backEnd; // declared first: outlives the logger that points at it

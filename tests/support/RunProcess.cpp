@@ -19,7 +19,15 @@ static void applyEnv_i(const std::vector<std::string>& env)
 {
     for (const std::string& e : env) {
         size_t eq = e.find('=');
-        if (eq == std::string::npos)
+        if (eq == std::string::npos && !e.empty() && e.back() == '*') {
+            const std::string prefix = e.substr(0, e.size() - 1);
+            std::vector<std::string> names;
+            for (char** v = environ; *v != nullptr; ++v)
+                if (strncmp(*v, prefix.c_str(), prefix.size()) == 0)
+                    names.emplace_back(*v, strcspn(*v, "="));
+            for (const std::string& name : names)
+                unsetenv(name.c_str());
+        } else if (eq == std::string::npos)
             unsetenv(e.c_str());
         else
             setenv(e.substr(0, eq).c_str(), e.substr(eq + 1).c_str(), 1);
@@ -51,6 +59,7 @@ ProcessResult runProcess(const std::string& program, const std::vector<std::stri
         dprintf(2, "exec %s: %s\n", program.c_str(), strerror(errno));
         _exit(127);
     }
+    result.pid = pid;
     close(inPipe[0]);
     close(outPipe[1]);
     close(errPipe[1]);

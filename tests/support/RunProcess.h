@@ -12,11 +12,13 @@ namespace KeloTest {
 struct ProcessResult
 {
     int exitStatus = -1; // exit code, or 128 + signal number when killed by a signal
+    int pid = -1;        // the child's process id
     std::string out;
     std::string err;
 };
 
-// `env` entries are "NAME=value" (set) or "NAME" (removed from the inherited environment).
+// `env` entries are "NAME=value" (set), "NAME" (removed from the inherited environment) or
+// "PREFIX*" (every variable whose name starts with PREFIX removed).
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                          const std::string& input = std::string(),
                          const std::vector<std::string>& env = {});

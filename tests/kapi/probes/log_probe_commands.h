@@ -1,25 +1,23 @@
 #ifndef TESTS_KAPI_PROBES_LOG_PROBE_COMMANDS_H
 #define TESTS_KAPI_PROBES_LOG_PROBE_COMMANDS_H
 // The command language of the logging probes. Logging reads its environment once, during static
-// initialisation, so tests run a probe per environment and drive it from the command line:
+// initialisation, so tests run a probe per environment and drive it from the command line, one
+// command per argument; words are separated by single spaces and the last one takes the rest:
 //
 //   msg S L FORMAT         vLogMessage(S, L, FORMAT, 42, "arg")  (S, L: name or number)
 //   guarded S L FORMAT     the same, only when vLogLevelEnabled(S, L)
 //   enabled S L            prints 1 or 0
 //   enabled-count L        prints how many of the 71 sources are enabled at L
 //   level S                prints vLogGetLevel(S)
-//   setlevel S L | setall L | multi LIST (prints true/false)
-//   console 0|1 | highres 0|1           the back end's switches
+//   setlevel S L | console 0|1 | highres 0|1
 //   kksyslog PRI NAME TAG FORMAT        _kkSysLog(PRI, NAME, TAG, FORMAT, 42, "arg")
-//   panic EXPR FILE LINE ERRNO          PanicAssertFail with errno set first
-//   unlock-unheld                       releases a mutex nobody holds
+//   panic FILE LINE ERRNO EXPR          PanicAssertFail with errno set first
 //
 // With LOGPROBE_STATIC set, a static object logs "logged during static initialisation" when
 // constructed and "logged at exit" when destroyed (source core, level notice, guarded); this
 // translation unit's static initialisers run before the library's.
 // Results go to standard output, one line each; log lines go wherever the back end sends them.
 #include "kapi/Log.h"
-#include "kapi/Mutex.h"
 #include "kapi/PanicAssert.h"
 #include "kapi/vLog.h"
 
@@ -28,20 +26,22 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <map>
+#include <string>
+#include <vector>
 
 namespace probe {
 
-inline int32_t parseSource(const char* text)
+inline int32_t parseSource(const std::string& text)
 {
     vLogSource source = 0;
-    return vLogSourceFromName(text, &source) ? source : atoi(text);
+    return vLogSourceFromName(text.c_str(), &source) ? source : atoi(text.c_str());
 }
 
-inline int32_t parseLevel(const char* text)
+inline int32_t parseLevel(const std::string& text)
 {
     vLogLevel level = 0;
-    return vLogLevelFromName(text, &level) ? level : atoi(text);
+    return vLogLevelFromName(text.c_str(), &level) ? level : atoi(text.c_str());
 }
 
 inline void logWith(vLogSource source, vLogLevel level, const char* format, ...)
@@ -56,26 +56,18 @@ struct StaticLogger
 {
     StaticLogger() : active(getenv("LOGPROBE_STATIC") != nullptr)
     {
-        if (active && vLogLevelEnabled(VLOGSRC_CORE, VLOG_NOTICE)) {
-            vLogMessage(VLOGSRC_CORE, VLOG_NOTICE, "logged during static initialisation");
-        }
+        log("during static initialisation");
     }
-    ~StaticLogger()
+    ~StaticLogger() { log("at exit"); }
+    void log(const char* when) const
     {
-        if (active && vLogLevelEnabled(VLOGSRC_CORE, VLOG_NOTICE)) {
-            vLogMessage(VLOGSRC_CORE, VLOG_NOTICE, "logged at exit");
-        }
+        if (active && vLogLevelEnabled(VLOGSRC_CORE, VLOG_NOTICE))
+            vLogMessage(VLOGSRC_CORE, VLOG_NOTICE, "logged %s", when);
     }
     bool active;
 };
 
 inline StaticLogger s_staticLogger;
-
-inline void usage(const char* what)
-{
-    fprintf(stderr, "probe: bad command line at '%s'\n", what);
-    exit(2);
-}
 
 // Runs argv[1..] as commands; returns the exit status.
 inline int runCommands(int argc, char** argv)
@@ -83,72 +75,51 @@ inline int runCommands(int argc, char** argv)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
-    int i = 1;
-    while (i < argc) {
-        const char* command = argv[i++];
-        auto need = [&](int count) {
-            if (i + count > argc) {
-                usage(command);
-            }
-        };
-        if (strcmp(command, "msg") == 0 || strcmp(command, "guarded") == 0) {
-            need(3);
-            const vLogSource source = parseSource(argv[i]);
-            const vLogLevel level = parseLevel(argv[i + 1]);
-            const char* format = argv[i + 2];
-            i += 3;
-            if (command[0] == 'm' || vLogLevelEnabled(source, level)) {
-                logWith(source, level, format, 42, "arg");
-            }
-        } else if (strcmp(command, "enabled") == 0) {
-            need(2);
-            printf("%d\n", vLogLevelEnabled(parseSource(argv[i]), parseLevel(argv[i + 1])) ? 1 : 0);
-            i += 2;
-        } else if (strcmp(command, "enabled-count") == 0) {
-            need(1);
-            const vLogLevel level = parseLevel(argv[i++]);
+    static const std::map<std::string, size_t> arity = {
+        {"msg", 3},      {"guarded", 3}, {"enabled", 2}, {"enabled-count", 1}, {"level", 1},
+        {"setlevel", 2}, {"console", 1}, {"highres", 1}, {"kksyslog", 4},      {"panic", 4}};
+    for (int i = 1; i < argc; ++i) {
+        const std::string text = argv[i];
+        const std::string command = text.substr(0, text.find(' '));
+        const size_t count = arity.count(command) != 0 ? arity.at(command) : 0;
+        std::vector<std::string> a; // the arguments
+        size_t start = command.size() + 1;
+        for (size_t end; a.size() + 1 < count && (end = text.find(' ', start)) != std::string::npos;
+             start = end + 1)
+            a.push_back(text.substr(start, end - start));
+        if (count > 0 && start <= text.size())
+            a.push_back(text.substr(start)); // the last takes the rest
+        if (count == 0 || a.size() != count) {
+            fprintf(stderr, "probe: bad command '%s'\n", argv[i]);
+            return 2;
+        }
+        if (command == "msg" || command == "guarded") {
+            const vLogSource source = parseSource(a[0]);
+            const vLogLevel level = parseLevel(a[1]);
+            if (command == "msg" || vLogLevelEnabled(source, level))
+                logWith(source, level, a[2].c_str(), 42, "arg");
+        } else if (command == "enabled") {
+            printf("%d\n", vLogLevelEnabled(parseSource(a[0]), parseLevel(a[1])) ? 1 : 0);
+        } else if (command == "enabled-count") {
             int count = 0;
-            for (vLogSource source = 0; source < VLOG_NSOURCES; ++source) {
-                count += vLogLevelEnabled(source, level) ? 1 : 0;
-            }
+            for (vLogSource source = 0; source < VLOG_NSOURCES; ++source)
+                count += vLogLevelEnabled(source, parseLevel(a[0])) ? 1 : 0;
             printf("%d\n", count);
-        } else if (strcmp(command, "level") == 0) {
-            need(1);
-            printf("%d\n", vLogGetLevel(parseSource(argv[i++])));
-        } else if (strcmp(command, "setlevel") == 0) {
-            need(2);
-            vLogSetLevel(parseSource(argv[i]), parseLevel(argv[i + 1]));
-            i += 2;
-        } else if (strcmp(command, "setall") == 0) {
-            need(1);
-            vLogSetLevelAll(parseLevel(argv[i++]));
-        } else if (strcmp(command, "multi") == 0) {
-            need(1);
-            printf("%s\n", vLogSetMultipleLevels(argv[i++]) ? "true" : "false");
-        } else if (strcmp(command, "console") == 0) {
-            need(1);
-            Kapi::Log::Get()->setLogToConsole(atoi(argv[i++]) != 0);
-        } else if (strcmp(command, "highres") == 0) {
-            need(1);
-            Kapi::Log::Get()->setHighRes(atoi(argv[i++]) != 0);
-        } else if (strcmp(command, "kksyslog") == 0) {
-            need(4);
-            _kkSysLog(atoi(argv[i]), argv[i + 1], argv[i + 2], argv[i + 3], 42, "arg");
-            i += 4;
-        } else if (strcmp(command, "panic") == 0) {
-            need(4);
-            const char* expression = argv[i];
-            const char* file = argv[i + 1];
-            const int line = atoi(argv[i + 2]);
+        } else if (command == "level") {
+            printf("%d\n", vLogGetLevel(parseSource(a[0])));
+        } else if (command == "setlevel") {
+            vLogSetLevel(parseSource(a[0]), parseLevel(a[1]));
+        } else if (command == "console") {
+            Kapi::Log::Get()->setLogToConsole(a[0] != "0");
+        } else if (command == "highres") {
+            Kapi::Log::Get()->setHighRes(a[0] != "0");
+        } else if (command == "kksyslog") {
+            _kkSysLog(atoi(a[0].c_str()), a[1].c_str(), a[2].c_str(), a[3].c_str(), 42, "arg");
+        } else if (command == "panic") {
+            const int line = atoi(a[1].c_str());
             fflush(stdout);
-            errno = atoi(argv[i + 3]);
-            Kapi::PanicAssertFail(expression, file, line);
-        } else if (strcmp(command, "unlock-unheld") == 0) {
-            fflush(stdout);
-            std::unique_ptr<Kapi::Mutex> mutex = Kapi::Mutex::New(false);
-            mutex->release();
-        } else {
-            usage(command);
+            errno = atoi(a[2].c_str());
+            Kapi::PanicAssertFail(a[3].c_str(), a[0].c_str(), line);
         }
         fflush(stdout);
     }

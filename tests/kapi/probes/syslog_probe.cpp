@@ -1,15 +1,26 @@
-// The logging probe with the system logger replaced: this executable defines openlog, vsyslog,
-// syslog and closelog itself, so the library's calls bind to these definitions, which print to
-// standard output what the system logger would have received:
+// The logging probe with the system logger replaced: this executable defines openlog, vsyslog
+// (the only entry the library logs through) and closelog itself, so the library's calls bind to
+// these definitions, which print to standard output what the system logger would have received,
+// one line each (a newline inside a text is printed as "\n"):
 //   openlog ident=<ident|(null)> option=<n> facility=<n>
-//   syslog priority=<n> format=<len>:<format> text=<len>:<expanded text>
+//   syslog <priority> <expanded text>
+//   format <format as received>
 //   closelog
-// Lengths make cut buffers checkable; texts are printed raw.
 #include "log_probe_commands.h"
 
+#include <string>
 #include <syslog.h>
 
 namespace {
+
+void printLine(const char* head, const std::string& text)
+{
+    std::string escaped;
+    for (const char c : text)
+        escaped += c == '\n' ? std::string("\\n") : std::string(1, c);
+    printf("%s %s\n", head, escaped.c_str());
+    fflush(stdout);
+}
 
 void printRecord(int priority, const char* format, va_list args)
 {
@@ -18,9 +29,8 @@ void printRecord(int priority, const char* format, va_list args)
     char text[4096];
     vsnprintf(text, sizeof(text), format, args);
 #pragma GCC diagnostic pop
-    printf("syslog priority=%d format=%zu:%s text=%zu:%s\n", priority, strlen(format), format,
-           strlen(text), text);
-    fflush(stdout);
+    printLine(("syslog " + std::to_string(priority)).c_str(), text);
+    printLine("format", format);
 }
 
 } // namespace
@@ -45,26 +55,10 @@ void vsyslog(int priority, const char* format, va_list args)
     printRecord(priority, format, args);
 }
 
-void syslog(int priority, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    printRecord(priority, format, args);
-    va_end(args);
-}
-
-// Fortified builds route the calls here instead.
+// Fortified builds route the call here instead.
 void __vsyslog_chk(int priority, int /*flag*/, const char* format, va_list args)
 {
     printRecord(priority, format, args);
-}
-
-void __syslog_chk(int priority, int /*flag*/, const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    printRecord(priority, format, args);
-    va_end(args);
 }
 
 } // extern "C"
