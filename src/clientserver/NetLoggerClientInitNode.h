@@ -1,0 +1,26 @@
+#ifndef CLIENTSERVER_NETLOGGERCLIENTINITNODE_H
+#define CLIENTSERVER_NETLOGGERCLIENTINITNODE_H
+// The start-up node "NetLoggerClientInitNode" (after CommsInitNode and TaskScheduler) of the
+// client that uploads the device's log to the service. The net logger is not built yet: for
+// now the node's start and stop do nothing and succeed.
+#include "kapi/InitNode.h"
+
+namespace ClientServerComms {
+
+class NetLoggerClientInitNode : public Kapi::Init::InitNode
+{
+public:
+    static NetLoggerClientInitNode* getInstance();
+
+    bool start(const Kapi::vConfig& config) override;
+    bool stop() override;
+
+private:
+    NetLoggerClientInitNode();
+
+    static NetLoggerClientInitNode s_node;
+};
+
+} // namespace ClientServerComms
+
+#endif

@@ -1,0 +1,27 @@
+#ifndef CLIENTSERVER_P2SIMPLINITNODE_H
+#define CLIENTSERVER_P2SIMPLINITNODE_H
+// The start-up node "P2SImpl" of the service-messaging implementation, started after the
+// watchdog, time store, task scheduler, handle library, curl, kickstart, OpenSSL session and
+// network thread nodes. Service messaging is not built yet: for now the node's start and stop
+// do nothing and succeed.
+#include "kapi/InitNode.h"
+
+namespace ClientServerComms {
+
+class P2SImplInitNode : public Kapi::Init::InitNode
+{
+public:
+    static P2SImplInitNode* getInstance();
+
+    bool start(const Kapi::vConfig& config) override;
+    bool stop() override;
+
+private:
+    P2SImplInitNode();
+
+    static P2SImplInitNode s_node;
+};
+
+} // namespace ClientServerComms
+
+#endif

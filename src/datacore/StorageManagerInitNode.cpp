@@ -1,0 +1,25 @@
+// The storage manager's start-up node: a process-wide object with no dependencies.
+#include "datacore/StorageManagerInitNode.h"
+
+namespace KELO {
+
+StorageManagerInitNode StorageManagerInitNode::s_singleton;
+
+StorageManagerInitNode* StorageManagerInitNode::getInstance()
+{
+    return &s_singleton;
+}
+
+StorageManagerInitNode::StorageManagerInitNode() : InitNode("StorageManager") {}
+
+bool StorageManagerInitNode::start(const Kapi::vConfig&)
+{
+    return true;
+}
+
+bool StorageManagerInitNode::stop()
+{
+    return true;
+}
+
+} // namespace KELO

@@ -1,0 +1,27 @@
+// The stream-session layer's start-up node: a process-wide object with no dependencies.
+#include "streamsessions/SSInitNode.h"
+
+namespace KELO {
+namespace StreamSessions {
+
+SSInitNode SSInitNode::s_node;
+
+SSInitNode* SSInitNode::getInstance()
+{
+    return &s_node;
+}
+
+SSInitNode::SSInitNode() : InitNode("StreamSession") {}
+
+bool SSInitNode::start(const Kapi::vConfig&)
+{
+    return true;
+}
+
+bool SSInitNode::stop()
+{
+    return true;
+}
+
+} // namespace StreamSessions
+} // namespace KELO
