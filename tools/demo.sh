@@ -12,6 +12,10 @@ echo "== kelotool json: a catalogue page (comments allowed in input)"
 "$bindir/kelotool" json "$samples/catalog.json"
 
 echo
+echo "== kelotool startup: the service graph started in dependency order, then stopped in reverse"
+"$bindir/kelotool" startup
+
+echo
 echo "== kelotool config with a bad line (console logging on): exit status 2 expected"
 set +e
 printf '[misc]\ntaskSchedulerIoTasks = 16\nthis line has no equals sign\n' |

@@ -115,5 +115,20 @@ TEST(KelotoolStartup, BadConfigurationOrArgumentsStartNothing)
 
     r = kelotoolStartup({"a", "b"});
     EXPECT_EQ(r.exitStatus, 64);
-    EXPECT_NE(r.err.find("usage: kelotool startup [CONFIG-FILE]"), std::string::npos);
+    EXPECT_NE(r.err.find("usage: kelotool startup [--hold SECONDS] [CONFIG-FILE]"),
+              std::string::npos);
+    for (const std::vector<std::string>& bad :
+         {std::vector<std::string>{"--hold"}, {"--hold", "x"}, {"--hold", "-1"}}) {
+        EXPECT_EQ(kelotoolStartup(bad).exitStatus, 64) << bad.back();
+    }
+}
+
+TEST(KelotoolStartup, HoldKeepsTheServicesUpBeforeTheStop)
+{
+    ProcessResult r = kelotoolStartup({"--hold", "1"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    const size_t held = r.err.find("holds for 1 s");
+    ASSERT_NE(held, std::string::npos) << r.err;
+    EXPECT_LT(r.err.find("Init: kelo-app-init-node->start()"), held);
+    EXPECT_GT(r.err.find("Init: kelo-app-init-node->stop()"), held);
 }

@@ -10,7 +10,8 @@ namespace KeloTool {
 static const Command s_commands[] = {
     {"json", "[FILE]", "parse a JSON object and print it with the client's JSON writer", runJson},
     {"config", "[FILE]", "parse a configuration text and print the store's text form", runConfig},
-    {"startup", "[CONFIG-FILE]", "start the client's start-up graph, then stop it", runStartup},
+    {"startup", "[--hold SECONDS] [CONFIG-FILE]",
+     "start the client's start-up graph, then stop it", runStartup},
 };
 
 static void printHelp(FILE* to)
