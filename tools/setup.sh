@@ -10,6 +10,8 @@ PACKAGES=(
     # tests and benchmarks
     googletest libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
     python3
+    # libraries
+    libssl-dev openssl
 )
 
 missing=()
