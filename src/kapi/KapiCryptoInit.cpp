@@ -3,6 +3,8 @@
 #include "kapi/KapiCryptoInit.h"
 
 #include "kapi/OpenSslInit.h"
+#include "kapi/OpensslSupport.h"
+#include "kapi/Random.h"
 
 namespace Kapi {
 
@@ -25,6 +27,8 @@ KapiCryptoInit::KapiCryptoInit() : InitNode("KapiCryptoInit", 1, s_deps)
 
 bool KapiCryptoInit::start(const Kapi::vConfig&)
 {
+    CryptoSsl::ensureProviders();
+    Random::GetSoftwareEngine();
     return true;
 }
 

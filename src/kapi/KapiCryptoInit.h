@@ -1,8 +1,9 @@
 #ifndef KAPI_KAPICRYPTOINIT_H
 #define KAPI_KAPICRYPTOINIT_H
 // The start-up node "KapiCryptoInit" (after OpenSslInitNode) that makes the crypto engines
-// available, reached through Kapi::Crypto::getInitNode(). The engines' set-up is not built
-// yet: for now the node's start and stop do nothing and succeed.
+// available, reached through Kapi::Crypto::getInitNode(). Start makes sure OpenSSL's providers
+// are loaded and creates the process-wide random engine, so the first use on another thread
+// finds both ready; stop leaves them (engines may outlive the start-up graph). Both succeed.
 #include "kapi/InitNode.h"
 
 namespace Kapi {

@@ -1,8 +1,10 @@
 #ifndef KAPI_OPENSSLINIT_H
 #define KAPI_OPENSSLINIT_H
 // The OpenSSL start-up nodes: "OpenSslInitNode" (no dependencies), the library-wide set-up, and
-// "OpenSslSessionInitNode" (after OpenSslInitNode), the per-session set-up. The OpenSSL set-up
-// is not built yet: for now both nodes' start and stop do nothing and succeed.
+// "OpenSslSessionInitNode" (after OpenSslInitNode), the per-session set-up. OpenSSL 3 makes
+// itself thread-safe, so no locking callbacks are ever installed (m_needLocking stays false);
+// OpenSslInitNode initialises libcrypto and loads the default and legacy providers. The session
+// node has nothing left to do on this OpenSSL and only logs. Both always succeed.
 #include "kapi/InitNode.h"
 
 namespace vUtil {
@@ -13,6 +15,9 @@ public:
     OpenSslInitNode();
     bool start(const Kapi::vConfig& config) override;
     bool stop() override;
+
+private:
+    bool m_needLocking = false;
 };
 
 class OpenSslSessionInitNode : public Kapi::Init::InitNode
