@@ -6,6 +6,8 @@
 #include "kapi/vConfig.h"
 #include "support/LogCapture.h"
 
+#include "support/StartupOrder.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,25 +15,7 @@
 
 namespace {
 
-// The documented start order of the runner "kelo-app".
-const char* kStartOrderText =
-    "WatchdogInit, TaskScheduler, GenHandleLib, StreamSession, TimeStoreInitNode, "
-    "OpenSslInitNode, CurlInitNode, KickstartInit, OpenSslSessionInitNode, "
-    "NetworkThreadInitNode, P2SImpl, CommsInitNode, NetLoggerClientInitNode, StorageManager, "
-    "ComponentVersionRegistry, CdnStreamingManager, PlayerController, PlayerControllerCore, "
-    "DataCoreInit, KapiCryptoInit, LuaAppInit, KeloQueryInit, SettingsHelper, kelo-app-init-node";
-
-std::vector<std::string> splitOrder(const std::string& text)
-{
-    std::vector<std::string> result;
-    size_t from = 0;
-    for (size_t at; (at = text.find(", ", from)) != std::string::npos; from = at + 2)
-        result.push_back(text.substr(from, at - from));
-    result.push_back(text.substr(from));
-    return result;
-}
-
-const std::vector<std::string> kStartOrder = splitOrder(kStartOrderText);
+const std::vector<std::string>& kStartOrder = KeloTest::documentedStartOrder();
 
 std::vector<std::string> names(const std::vector<Kapi::Init::InitNode*>& nodes)
 {

@@ -2,6 +2,8 @@
 // error, and the exit status for a good, a failing and an unreadable configuration.
 #include "support/RunProcess.h"
 
+#include "support/StartupOrder.h"
+
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -39,24 +41,6 @@ std::vector<std::string> infoLines(const std::string& err)
     return result;
 }
 
-// The documented start order of the runner "kelo-app".
-const char* kStartOrderText =
-    "WatchdogInit, TaskScheduler, GenHandleLib, StreamSession, TimeStoreInitNode, "
-    "OpenSslInitNode, CurlInitNode, KickstartInit, OpenSslSessionInitNode, "
-    "NetworkThreadInitNode, P2SImpl, CommsInitNode, NetLoggerClientInitNode, StorageManager, "
-    "ComponentVersionRegistry, CdnStreamingManager, PlayerController, PlayerControllerCore, "
-    "DataCoreInit, KapiCryptoInit, LuaAppInit, KeloQueryInit, SettingsHelper, kelo-app-init-node";
-
-std::vector<std::string> splitOrder(const std::string& text)
-{
-    std::vector<std::string> result;
-    size_t from = 0;
-    for (size_t at; (at = text.find(", ", from)) != std::string::npos; from = at + 2)
-        result.push_back(text.substr(from, at - from));
-    result.push_back(text.substr(from));
-    return result;
-}
-
 std::string writeConfig(const std::string& text)
 {
     std::string path = testing::TempDir() + "kelotool_startup_" + std::to_string(getpid()) + ".txt";
@@ -68,7 +52,7 @@ std::string writeConfig(const std::string& text)
 
 TEST(KelotoolStartup, LogsEveryNodeStartThenEveryStopInReverse)
 {
-    const std::vector<std::string> order = splitOrder(kStartOrderText);
+    const std::vector<std::string> order = KeloTest::documentedStartOrder();
     std::vector<std::string> expected;
     for (const std::string& name : order)
         expected.push_back("Init: " + name + "->start()");
