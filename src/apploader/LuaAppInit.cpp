@@ -19,23 +19,13 @@ Kapi::Init::InitNode* s_deps[5];
 LuaAppInit LuaAppInit::s_node;
 constinit LuaAppInit* const LuaAppInit::m_sInstance = &LuaAppInit::s_node;
 
-LuaAppInit::LuaAppInit() : InitNode("LuaAppInit", 5, s_deps)
+LuaAppInit::LuaAppInit() : NoOpInitNode("LuaAppInit", 5, s_deps)
 {
     s_deps[0] = Kapi::Crypto::getInitNode();
     s_deps[1] = Kapi::Net::CurlInitNode::s_instance;
     s_deps[2] = Kapi::Net::KickstartInit::s_kickstartInit;
     s_deps[3] = Kapi::TaskSchedulerInitNode::getInstance();
     s_deps[4] = KELO::ComponentVersionRegistryInitNode::getInstance();
-}
-
-bool LuaAppInit::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool LuaAppInit::stop()
-{
-    return true;
 }
 
 } // namespace LuaAppLoader

@@ -8,14 +8,11 @@
 
 namespace LuaAppLoader {
 
-class LuaAppInit : public Kapi::Init::InitNode
+class LuaAppInit : public Kapi::Init::NoOpInitNode
 {
 public:
     // Constant-initialised: valid before any static constructor runs.
     static LuaAppInit* const m_sInstance;
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     LuaAppInit();

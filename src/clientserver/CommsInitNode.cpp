@@ -19,19 +19,9 @@ CommsInitNode* CommsInitNode::getInstance()
     return &s_node;
 }
 
-CommsInitNode::CommsInitNode() : InitNode("CommsInitNode", 1, s_deps)
+CommsInitNode::CommsInitNode() : NoOpInitNode("CommsInitNode", 1, s_deps)
 {
     s_deps[0] = P2SImplInitNode::getInstance();
-}
-
-bool CommsInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool CommsInitNode::stop()
-{
-    return true;
 }
 
 } // namespace ClientServerComms

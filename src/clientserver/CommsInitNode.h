@@ -7,13 +7,10 @@
 
 namespace ClientServerComms {
 
-class CommsInitNode : public Kapi::Init::InitNode
+class CommsInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static CommsInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     CommsInitNode();

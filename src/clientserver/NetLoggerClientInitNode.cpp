@@ -20,20 +20,11 @@ NetLoggerClientInitNode* NetLoggerClientInitNode::getInstance()
     return &s_node;
 }
 
-NetLoggerClientInitNode::NetLoggerClientInitNode() : InitNode("NetLoggerClientInitNode", 2, s_deps)
+NetLoggerClientInitNode::NetLoggerClientInitNode()
+    : NoOpInitNode("NetLoggerClientInitNode", 2, s_deps)
 {
     s_deps[0] = CommsInitNode::getInstance();
     s_deps[1] = Kapi::TaskSchedulerInitNode::getInstance();
-}
-
-bool NetLoggerClientInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool NetLoggerClientInitNode::stop()
-{
-    return true;
 }
 
 } // namespace ClientServerComms

@@ -7,13 +7,10 @@
 
 namespace ClientServerComms {
 
-class NetLoggerClientInitNode : public Kapi::Init::InitNode
+class NetLoggerClientInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static NetLoggerClientInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     NetLoggerClientInitNode();

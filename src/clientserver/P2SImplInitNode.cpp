@@ -26,7 +26,7 @@ P2SImplInitNode* P2SImplInitNode::getInstance()
     return &s_node;
 }
 
-P2SImplInitNode::P2SImplInitNode() : InitNode("P2SImpl", 8, s_deps)
+P2SImplInitNode::P2SImplInitNode() : NoOpInitNode("P2SImpl", 8, s_deps)
 {
     s_deps[0] = Kapi::WatchdogMaster::getInitNode();
     s_deps[1] = Kapi::TimeStoreInitNode::getInstance();
@@ -36,16 +36,6 @@ P2SImplInitNode::P2SImplInitNode() : InitNode("P2SImpl", 8, s_deps)
     s_deps[5] = Kapi::Net::KickstartInit::s_kickstartInit;
     s_deps[6] = vUtil::OpenSslInit::getOpenSslSessionInitNode();
     s_deps[7] = Kapi::NetThread::NetworkThreadInitNode::getInstance();
-}
-
-bool P2SImplInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool P2SImplInitNode::stop()
-{
-    return true;
 }
 
 } // namespace ClientServerComms

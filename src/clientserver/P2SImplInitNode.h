@@ -8,13 +8,10 @@
 
 namespace ClientServerComms {
 
-class P2SImplInitNode : public Kapi::Init::InitNode
+class P2SImplInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static P2SImplInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     P2SImplInitNode();

@@ -11,17 +11,7 @@ SettingsHelperInitNode* SettingsHelperInitNode::getInstance()
     return &s_node;
 }
 
-SettingsHelperInitNode::SettingsHelperInitNode() : InitNode("SettingsHelper") {}
-
-bool SettingsHelperInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool SettingsHelperInitNode::stop()
-{
-    return true;
-}
+SettingsHelperInitNode::SettingsHelperInitNode() : NoOpInitNode("SettingsHelper") {}
 
 } // namespace Helpers
 } // namespace KELO

@@ -9,13 +9,10 @@
 namespace KELO {
 namespace Helpers {
 
-class SettingsHelperInitNode : public Kapi::Init::InitNode
+class SettingsHelperInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static SettingsHelperInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     SettingsHelperInitNode();

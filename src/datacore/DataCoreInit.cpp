@@ -21,7 +21,7 @@ Kapi::Init::InitNode* s_deps[6];
 Init Init::s_node;
 constinit Init* const Init::m_sInstance = &Init::s_node;
 
-Init::Init() : InitNode("DataCoreInit", 6, s_deps)
+Init::Init() : NoOpInitNode("DataCoreInit", 6, s_deps)
 {
     s_deps[0] = Kapi::Net::CurlInitNode::s_instance;
     s_deps[1] = Kapi::Net::KickstartInit::s_kickstartInit;
@@ -29,16 +29,6 @@ Init::Init() : InitNode("DataCoreInit", 6, s_deps)
     s_deps[3] = StorageManagerInitNode::getInstance();
     s_deps[4] = KeloPipeline::CdnStreamingManagerInitNode::getInstance();
     s_deps[5] = ClientServerComms::NetLoggerClientInitNode::getInstance();
-}
-
-bool Init::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool Init::stop()
-{
-    return true;
 }
 
 } // namespace DataCore

@@ -9,14 +9,11 @@
 namespace KELO {
 namespace DataCore {
 
-class Init : public Kapi::Init::InitNode
+class Init : public Kapi::Init::NoOpInitNode
 {
 public:
     // Constant-initialised: valid before any static constructor runs.
     static Init* const m_sInstance;
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     Init();

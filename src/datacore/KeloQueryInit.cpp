@@ -17,21 +17,11 @@ Kapi::Init::InitNode* s_deps[3];
 KeloQueryInit KeloQueryInit::s_node;
 constinit KeloQueryInit* const KeloQueryInit::m_sInstance = &KeloQueryInit::s_node;
 
-KeloQueryInit::KeloQueryInit() : InitNode("KeloQueryInit", 3, s_deps)
+KeloQueryInit::KeloQueryInit() : NoOpInitNode("KeloQueryInit", 3, s_deps)
 {
     s_deps[0] = Kapi::TaskSchedulerInitNode::getInstance();
     s_deps[1] = Kapi::Net::CurlInitNode::s_instance;
     s_deps[2] = Kapi::Net::KickstartInit::s_kickstartInit;
-}
-
-bool KeloQueryInit::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool KeloQueryInit::stop()
-{
-    return true;
 }
 
 } // namespace LuaKeloQuery

@@ -7,14 +7,11 @@
 
 namespace LuaKeloQuery {
 
-class KeloQueryInit : public Kapi::Init::InitNode
+class KeloQueryInit : public Kapi::Init::NoOpInitNode
 {
 public:
     // Constant-initialised: valid before any static constructor runs.
     static KeloQueryInit* const m_sInstance;
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     KeloQueryInit();

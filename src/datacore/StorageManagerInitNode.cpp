@@ -10,16 +10,6 @@ StorageManagerInitNode* StorageManagerInitNode::getInstance()
     return &s_singleton;
 }
 
-StorageManagerInitNode::StorageManagerInitNode() : InitNode("StorageManager") {}
-
-bool StorageManagerInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool StorageManagerInitNode::stop()
-{
-    return true;
-}
+StorageManagerInitNode::StorageManagerInitNode() : NoOpInitNode("StorageManager") {}
 
 } // namespace KELO

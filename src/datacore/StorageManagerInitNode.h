@@ -7,13 +7,10 @@
 
 namespace KELO {
 
-class StorageManagerInitNode : public Kapi::Init::InitNode
+class StorageManagerInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static StorageManagerInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     StorageManagerInitNode();

@@ -10,16 +10,6 @@ TimeStoreInitNode* TimeStoreInitNode::getInstance()
     return &s_node;
 }
 
-TimeStoreInitNode::TimeStoreInitNode() : InitNode("TimeStoreInitNode") {}
-
-bool TimeStoreInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool TimeStoreInitNode::stop()
-{
-    return true;
-}
+TimeStoreInitNode::TimeStoreInitNode() : NoOpInitNode("TimeStoreInitNode") {}
 
 } // namespace Kapi

@@ -7,13 +7,10 @@
 
 namespace Kapi {
 
-class TimeStoreInitNode : public Init::InitNode
+class TimeStoreInitNode : public Init::NoOpInitNode
 {
 public:
     static TimeStoreInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     TimeStoreInitNode();

@@ -10,16 +10,6 @@ Init::InitNode* WatchdogMaster::getInitNode()
     return &WatchdogInit::s_node;
 }
 
-WatchdogInit::WatchdogInit() : InitNode("WatchdogInit") {}
-
-bool WatchdogInit::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool WatchdogInit::stop()
-{
-    return true;
-}
+WatchdogInit::WatchdogInit() : NoOpInitNode("WatchdogInit") {}
 
 } // namespace Kapi

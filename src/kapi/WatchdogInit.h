@@ -7,12 +7,9 @@
 
 namespace Kapi {
 
-class WatchdogInit : public Init::InitNode
+class WatchdogInit : public Init::NoOpInitNode
 {
 public:
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
-
 private:
     friend class WatchdogMaster;
     WatchdogInit();

@@ -23,22 +23,12 @@ CdnStreamingManagerInitNode* CdnStreamingManagerInitNode::getInstance()
 }
 
 CdnStreamingManagerInitNode::CdnStreamingManagerInitNode()
-    : InitNode("CdnStreamingManager", 4, s_deps)
+    : NoOpInitNode("CdnStreamingManager", 4, s_deps)
 {
     s_deps[0] = &GenHandleLib::g_initNode;
     s_deps[1] = KELO::StorageManagerInitNode::getInstance();
     s_deps[2] = Kapi::Net::CurlInitNode::s_instance;
     s_deps[3] = KELO::ComponentVersionRegistryInitNode::getInstance();
-}
-
-bool CdnStreamingManagerInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool CdnStreamingManagerInitNode::stop()
-{
-    return true;
 }
 
 } // namespace KeloPipeline

@@ -7,13 +7,10 @@
 
 namespace KeloPipeline {
 
-class CdnStreamingManagerInitNode : public Kapi::Init::InitNode
+class CdnStreamingManagerInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static CdnStreamingManagerInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     CdnStreamingManagerInitNode();

@@ -21,19 +21,9 @@ PlayerControllerCoreInitNode* PlayerControllerCoreInitNode::getInstance()
 }
 
 PlayerControllerCoreInitNode::PlayerControllerCoreInitNode()
-    : InitNode("PlayerControllerCore", 1, s_deps)
+    : NoOpInitNode("PlayerControllerCore", 1, s_deps)
 {
     s_deps[0] = PlayerControllerInitNode::getInstance();
-}
-
-bool PlayerControllerCoreInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool PlayerControllerCoreInitNode::stop()
-{
-    return true;
 }
 
 } // namespace UICore

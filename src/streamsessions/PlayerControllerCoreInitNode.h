@@ -8,13 +8,10 @@
 namespace KELO {
 namespace UICore {
 
-class PlayerControllerCoreInitNode : public Kapi::Init::InitNode
+class PlayerControllerCoreInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static PlayerControllerCoreInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     PlayerControllerCoreInitNode();

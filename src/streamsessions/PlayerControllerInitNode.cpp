@@ -21,21 +21,11 @@ PlayerControllerInitNode* PlayerControllerInitNode::getInstance()
     return &s_node;
 }
 
-PlayerControllerInitNode::PlayerControllerInitNode() : InitNode("PlayerController", 3, s_deps)
+PlayerControllerInitNode::PlayerControllerInitNode() : NoOpInitNode("PlayerController", 3, s_deps)
 {
     s_deps[0] = &GenHandleLib::g_initNode;
     s_deps[1] = ClientServerComms::NetLoggerClientInitNode::getInstance();
     s_deps[2] = KeloPipeline::CdnStreamingManagerInitNode::getInstance();
-}
-
-bool PlayerControllerInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool PlayerControllerInitNode::stop()
-{
-    return true;
 }
 
 } // namespace KELO

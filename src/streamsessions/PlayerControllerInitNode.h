@@ -7,13 +7,10 @@
 
 namespace KELO {
 
-class PlayerControllerInitNode : public Kapi::Init::InitNode
+class PlayerControllerInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static PlayerControllerInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     PlayerControllerInitNode();

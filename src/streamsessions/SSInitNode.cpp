@@ -11,17 +11,7 @@ SSInitNode* SSInitNode::getInstance()
     return &s_node;
 }
 
-SSInitNode::SSInitNode() : InitNode("StreamSession") {}
-
-bool SSInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool SSInitNode::stop()
-{
-    return true;
-}
+SSInitNode::SSInitNode() : NoOpInitNode("StreamSession") {}
 
 } // namespace StreamSessions
 } // namespace KELO

@@ -7,13 +7,10 @@
 namespace KELO {
 namespace StreamSessions {
 
-class SSInitNode : public Kapi::Init::InitNode
+class SSInitNode : public Kapi::Init::NoOpInitNode
 {
 public:
     static SSInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     SSInitNode();

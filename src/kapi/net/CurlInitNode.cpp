@@ -17,20 +17,10 @@ Init::InitNode* s_deps[2];
 CurlInitNode CurlInitNode::s_node;
 constinit CurlInitNode* const CurlInitNode::s_instance = &CurlInitNode::s_node;
 
-CurlInitNode::CurlInitNode() : InitNode("CurlInitNode", 2, s_deps)
+CurlInitNode::CurlInitNode() : NoOpInitNode("CurlInitNode", 2, s_deps)
 {
     s_deps[0] = vUtil::OpenSslInit::getOpenSslInitNode();
     s_deps[1] = Kapi::TaskSchedulerInitNode::getInstance();
-}
-
-bool CurlInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool CurlInitNode::stop()
-{
-    return true;
 }
 
 } // namespace Net

@@ -8,14 +8,11 @@
 namespace Kapi {
 namespace Net {
 
-class CurlInitNode : public Init::InitNode
+class CurlInitNode : public Init::NoOpInitNode
 {
 public:
     // Constant-initialised: valid before any static constructor runs.
     static CurlInitNode* const s_instance;
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     CurlInitNode();

@@ -16,19 +16,9 @@ Init::InitNode* s_deps[1];
 KickstartInit KickstartInit::s_node;
 constinit KickstartInit* const KickstartInit::s_kickstartInit = &KickstartInit::s_node;
 
-KickstartInit::KickstartInit() : InitNode("KickstartInit", 1, s_deps)
+KickstartInit::KickstartInit() : NoOpInitNode("KickstartInit", 1, s_deps)
 {
     s_deps[0] = CurlInitNode::s_instance;
-}
-
-bool KickstartInit::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool KickstartInit::stop()
-{
-    return true;
 }
 
 } // namespace Net

@@ -8,14 +8,11 @@
 namespace Kapi {
 namespace Net {
 
-class KickstartInit : public Init::InitNode
+class KickstartInit : public Init::NoOpInitNode
 {
 public:
     // Constant-initialised: valid before any static constructor runs.
     static KickstartInit* const s_kickstartInit;
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     KickstartInit();

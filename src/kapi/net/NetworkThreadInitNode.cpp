@@ -11,17 +11,7 @@ NetworkThreadInitNode* NetworkThreadInitNode::getInstance()
     return &s_node;
 }
 
-NetworkThreadInitNode::NetworkThreadInitNode() : InitNode("NetworkThreadInitNode") {}
-
-bool NetworkThreadInitNode::start(const Kapi::vConfig&)
-{
-    return true;
-}
-
-bool NetworkThreadInitNode::stop()
-{
-    return true;
-}
+NetworkThreadInitNode::NetworkThreadInitNode() : NoOpInitNode("NetworkThreadInitNode") {}
 
 } // namespace NetThread
 } // namespace Kapi

@@ -8,13 +8,10 @@
 namespace Kapi {
 namespace NetThread {
 
-class NetworkThreadInitNode : public Init::InitNode
+class NetworkThreadInitNode : public Init::NoOpInitNode
 {
 public:
     static NetworkThreadInitNode* getInstance();
-
-    bool start(const Kapi::vConfig& config) override;
-    bool stop() override;
 
 private:
     NetworkThreadInitNode();
