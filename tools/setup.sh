@@ -11,7 +11,9 @@ PACKAGES=(
     googletest libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
     python3
     # libraries
-    libssl-dev openssl
+    libssl-dev openssl libcurl4-openssl-dev libxml2-dev zlib1g-dev
+    # tools the tests judge with, and test servers
+    libxml2-utils jq strace nginx-light lua5.1 dpkg-dev
 )
 
 missing=()
