@@ -13,7 +13,7 @@ PACKAGES=(
     # libraries
     libssl-dev openssl libcurl4-openssl-dev libxml2-dev zlib1g-dev
     # tools the tests judge with, and test servers
-    libxml2-utils jq strace nginx-light lua5.1 dpkg-dev
+    libxml2-utils jq strace nginx-light lua5.1 dpkg-dev curl time
 )
 
 missing=()
@@ -23,7 +23,16 @@ for p in "${PACKAGES[@]}"; do
     fi
 done
 
+top=$(cd "$(dirname "$0")/.." && pwd)
+fetch_sources() {
+    # Third-party sources the project patches (from Debian's source packages, into .cache/).
+    if [ -x "$top/tools/fetch-sources.sh" ]; then
+        "$top/tools/fetch-sources.sh"
+    fi
+}
+
 if [ ${#missing[@]} -eq 0 ]; then
+    fetch_sources
     exit 0
 fi
 
@@ -35,3 +44,4 @@ echo "setup: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -q
 $SUDO apt-get install -y -q --no-install-recommends "${missing[@]}"
+fetch_sources

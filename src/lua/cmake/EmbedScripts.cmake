@@ -1,0 +1,17 @@
+# Writes OUT, a C file holding the Lua files DIR/<name>.lua for each name in NAMES as byte
+# arrays, and the table kelo_socket_scripts (name, bytes, length), ended by a null name.
+set(body "/* Generated from LuaSocket's Lua modules; do not edit. */\n#include <stddef.h>\n\n")
+set(rows "")
+foreach(name IN LISTS NAMES)
+    file(READ "${DIR}/${name}.lua" hex HEX)
+    string(LENGTH "${hex}" n)
+    math(EXPR len "${n} / 2")
+    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")
+    string(REGEX REPLACE "((0x..,){24})" "\\1\n" bytes "${bytes}")
+    string(APPEND body "static const unsigned char script_${name}[] = {\n${bytes}0};\n")
+    string(APPEND rows "    {\"${name}\", script_${name}, ${len}},\n")
+endforeach()
+string(APPEND body "\nstruct KeloEmbeddedScript { const char *name; const unsigned char *bytes; size_t length; };\n")
+string(APPEND body "const struct KeloEmbeddedScript kelo_socket_scripts[] = {\n${rows}    {NULL, NULL, 0}\n};\n")
+file(WRITE "${OUT}.tmp" "${body}")
+file(RENAME "${OUT}.tmp" "${OUT}")

@@ -1,0 +1,18 @@
+-- coroutine life cycle, values in and out
+local co = coroutine.create(function(a, b)
+  print("start", a, b)
+  local c = coroutine.yield(a + b)
+  print("got", c)
+  local d, e = coroutine.yield(c * 2)
+  print("got", d, e)
+  return "done", d + e
+end)
+print(coroutine.status(co))
+print(coroutine.resume(co, 1, 2))
+print(coroutine.resume(co, 10))
+print(coroutine.resume(co, 3, 4))
+print(coroutine.status(co), coroutine.resume(co))
+local gen = coroutine.wrap(function() for i = 1, 3 do coroutine.yield(i) end end)
+print(gen(), gen(), gen())
+print(coroutine.running())
+print(select("#", coroutine.running()))

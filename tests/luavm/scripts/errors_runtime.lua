@@ -1,0 +1,18 @@
+-- messages of the interpreter's own runtime errors
+local function try(f) local ok, e = pcall(f) print(e) end
+try(function() local x = nil; return x.field end)
+try(function() local t = {} return t.a.b end)
+try(function() return undefinedglobal.x end)
+try(function() return 1 + {} end)
+try(function() return "x" .. {} end)
+try(function() return #5 end)
+try(function() return -{} end)
+try(function() local s = "abc"; return s() end)
+try(function() return ({}) < 1 end)
+try(function() return 1 < "x" end)
+try(function() for i = "a", 2 do end end)
+try(function() for i = 1, 2, {} do end end)
+try(function() string.rep() end)
+try(function() ("x"):bad() end)
+try(function() setmetatable(1, {}) end)
+try(function() return math.floor("x") end)

@@ -1,0 +1,20 @@
+-- writing, reading and seeking in a temporary file
+local name = os.tmpname()
+local f = assert(io.open(name, "w"))
+f:write("line one\n", 42, " ", 3.5, "\n", "last")
+f:close()
+f = assert(io.open(name, "r"))
+print(f:read("*l"))
+print(f:read("*n"), f:read("*n"))
+print(f:read("*a"))
+print(f:read("*a"), f:read("*l"))
+print(f:seek("set", 5), f:read(3))
+print(f:seek("end"))
+f:close()
+local n = 0
+for line in io.lines(name) do n = n + 1 end
+print(n)
+print(pcall(f.read, f))
+os.remove(name)
+local nf, msg = io.open(name)
+print(nf, msg == name .. ": No such file or directory")

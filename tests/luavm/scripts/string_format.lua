@@ -1,0 +1,12 @@
+-- string.format directives
+print(string.format("%d %i %u", 42, -42, 42))
+print(string.format("%5d|%-5d|%05d|%+d", 42, 42, 42, 42))
+print(string.format("%x %X %o %#x %#o", 255, 255, 8, 255, 8))
+print(string.format("%f %.2f %10.3f %-10.1f|", 3.14159, 3.14159, 3.14159, 3.14159))
+print(string.format("%e %.3E %g %G", 12345.678, 12345.678, 0.0001, 1e20))
+print(string.format("%s %10s %-10s| %.3s", "abc", "abc", "abc", "abcdef"))
+print(string.format("%q", 'he said "hi"\n\0end\\'))
+print(string.format("%c%c%c %%", 76, 117, 97))
+print(string.format("%d %s", 3.99, 12), string.format("%5.1f", 7))
+print(pcall(string.format, "%d", "x"))
+print(pcall(string.format, "%y", 1))

@@ -1,0 +1,11 @@
+-- substitutions with strings, tables and functions
+print(string.gsub("hello world", "o", "0"))
+print(string.gsub("hello world", "o", "0", 1))
+print(string.gsub("hello world", "(%w+)", "<%1>"))
+print(string.gsub("hello world", "%w+", "%0 %0"))
+print(string.gsub("$name is $age", "%$(%w+)", {name = "Ann", age = 7}))
+print(string.gsub("1 2 3", "%d", function(d) return d * 2 end))
+print(string.gsub("abc", "", "-"))
+print(string.gsub("abc", "b", "%%"))
+print(string.gsub("a,b,,c", ",", ";"))
+print(pcall(string.gsub, "x", "x", "%2"))
