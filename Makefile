@@ -5,7 +5,8 @@
 #   make demo       the main job: build and run the client's tools on the sample inputs
 #   make test       the test job: the ASan+UBSan build in build-asan/, CTest, fuzz regression
 #   make tsan       the ThreadSanitizer build of the tests in build-tsan/
-#   make bench      build and run the benchmarks (results in build/bench-results/)
+#   make bench      build and run the benchmarks (results in build-bench/results/), then the
+#                   fetch and interpreter comparisons against curl and Debian's lua5.1
 #   make fuzz       build the libFuzzer targets (clang) in build-fuzz/
 #   make fuzz-run   run every fuzz target for FUZZ_SECONDS (default 300) each
 
@@ -49,6 +50,8 @@ bench: setup
 	@cmake -S . -B build-bench $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DKELO_BUILD_TESTS=OFF >/dev/null
 	@cmake --build build-bench -j $(JOBS)
 	@tools/run-benchmarks.sh build-bench/bin build-bench/results
+	@tools/bench-fetch.sh build-bench/bin/kelotool
+	@tools/bench-lua.sh build-bench/bin/kelo-lua 5
 
 fuzz: setup
 	@CC=clang CXX=clang++ cmake -S . -B build-fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
