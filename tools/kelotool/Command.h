@@ -29,6 +29,8 @@ struct Command
 int runJson(const Args& args);
 int runConfig(const Args& args);
 int runStartup(const Args& args);
+int runNote(const Args& args);
+int runFetch(const Args& args);
 
 // Reads FILE, or standard input when `path` is empty or "-", into `out`. On failure writes
 // "kelotool: cannot read ..." to standard error and returns false.

@@ -12,6 +12,13 @@ static const Command s_commands[] = {
     {"config", "[FILE]", "parse a configuration text and print the store's text form", runConfig},
     {"startup", "[--hold SECONDS] [CONFIG-FILE]",
      "start the client's start-up graph, then stop it", runStartup},
+    {"note", "convert --from FORM --to FORM [FILE] | sign|verify --key PEM [--from FORM] [FILE]",
+     "service documents (FORM: bin, xml, url, path): convert, sign, verify", runNote},
+    {"fetch",
+     "[--timeout SECONDS] [--limit BYTES] [--range FIRST-LAST] [--ca FILE] [--cert FILE --key "
+     "FILE] [--tolerant] [--output FILE] URL",
+     "one HTTP(S) request through the client's curl layer; prints result, status, bytes, time",
+     runFetch},
 };
 
 static void printHelp(FILE* to)
