@@ -30,6 +30,26 @@ echo "exit status $?"
 set -e
 
 echo
+echo "== kelotool note: a catalogue request note as XML, binary (hex), URL query and URL path"
+note_work=$(mktemp -d)
+"$bindir/kelotool" note convert --from xml --to bin "$samples/catalog-request.xml" >"$note_work/note.bin"
+od -An -tx1 "$note_work/note.bin"
+"$bindir/kelotool" note convert --from bin --to url "$note_work/note.bin"
+"$bindir/kelotool" note convert --from bin --to path "$note_work/note.bin"
+"$bindir/kelotool" note convert --from bin --to xml "$note_work/note.bin"
+echo "signed with a fresh 2048-bit key, then verified; a changed byte is not verified (status 1)"
+openssl genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out "$note_work/key.pem" 2>/dev/null
+openssl pkey -in "$note_work/key.pem" -pubout -out "$note_work/pub.pem"
+"$bindir/kelotool" note sign --key "$note_work/key.pem" "$note_work/note.bin" >"$note_work/signed.bin"
+"$bindir/kelotool" note verify --key "$note_work/pub.pem" "$note_work/signed.bin"
+sed 's/drama/Drama/' "$note_work/signed.bin" >"$note_work/changed.bin"
+set +e
+"$bindir/kelotool" note verify --key "$note_work/pub.pem" "$note_work/changed.bin"
+echo "exit status $?"
+set -e
+rm -rf "$note_work"
+
+echo
 echo "== kelotool fetch: one request through the client's HTTP layer to a loopback server"
 work=$(mktemp -d)
 server_pid=""
