@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include "support/TestFiles.h"
 
 using Kapi::Director::NoteBinary;
 using Kapi::Director::NoteSign;
@@ -21,6 +22,8 @@ using KeloTest::runProcess;
 using vUtil::RsaUtil;
 using namespace NoteTest;
 
+using KeloTest::readFile;
+using KeloTest::writeFile;
 namespace {
 
 const char* const kOpenssl = "/usr/bin/openssl";
@@ -28,18 +31,7 @@ const int kKey = 7;      // 2048-bit pair
 const int kSmallKey = 8; // 1024-bit pair
 const int kNoKey = 9;
 
-std::string readFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
-void writeFile(const std::string& path, const std::string& data)
-{
-    std::ofstream(path, std::ios::binary) << data;
-}
 
 class NoteSignTest : public ::testing::Test
 {

@@ -13,21 +13,16 @@
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
+#include "support/TestFiles.h"
 
 using KeloTest::binPath;
 using KeloTest::KeloRoot;
 using KeloTest::ProcessResult;
 using KeloTest::runProcess;
 
+using KeloTest::readFile;
 namespace {
 
-std::string readFile(const std::string& path)
-{
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 std::vector<std::string> splitLines(const std::string& text)
 {

@@ -21,27 +21,19 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include "support/TestFiles.h"
 
 using namespace CryptoTest;
 using Kapi::SymCipher;
 using KeloTest::runProcess;
 
+using KeloTest::readFile;
+using KeloTest::writeFile;
 namespace {
 
 const char* const kOpenssl = "/usr/bin/openssl";
 
-std::string readFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
-void writeFile(const std::string& path, const std::string& data)
-{
-    std::ofstream(path, std::ios::binary) << data;
-}
 
 Bytes sha1Of(const std::string& text)
 {

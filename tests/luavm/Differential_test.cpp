@@ -10,20 +10,15 @@
 #include <gtest/gtest.h>
 
 #include "support/RunProcess.h"
+#include "support/TestFiles.h"
 
+using KeloTest::readFile;
 namespace {
 
 namespace fs = std::filesystem;
 
 const char* const kStockLua = "/usr/bin/lua5.1";
 
-std::string readFile(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // The program name starts error lines; make the two interpreters' texts comparable.
 std::string withoutProgramName(std::string text, const std::string& program)

@@ -24,10 +24,12 @@
 #include <sstream>
 #include <sys/socket.h>
 #include <unistd.h>
+#include "support/TestFiles.h"
 
 using namespace Kapi::Net;
 using Lines = std::vector<std::string>;
 
+using KeloTest::readFile;
 namespace {
 
 constexpr unsigned kLoopback = 0x7f000001;
@@ -40,13 +42,6 @@ int intOption(int fd, int level, int name)
     return value;
 }
 
-std::string readFile(const std::string& path)
-{
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 } // namespace
 

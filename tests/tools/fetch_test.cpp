@@ -9,11 +9,13 @@
 #include <regex>
 #include <sys/stat.h>
 #include <unistd.h>
+#include "support/TestFiles.h"
 
 using KeloTest::binPath;
 using KeloTest::pkiFile;
 using KeloTest::ProcessResult;
 
+using KeloTest::readFile;
 namespace {
 
 class FetchTest : public KeloTest::WithHttpServer<testing::Test>
@@ -44,11 +46,6 @@ std::string fields(const std::string& out)
     return match[1];
 }
 
-std::string readFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
 
 } // namespace
 
