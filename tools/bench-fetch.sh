@@ -31,8 +31,8 @@ WORK=$(mktemp -d "${TMPDIR:-/tmp}/kelo-bench-fetch.XXXXXX")
 NGINX_PID=""
 SERVER_PID=""
 cleanup() {
-    [ -n "$NGINX_PID" ] && kill "$NGINX_PID" 2>/dev/null && wait "$NGINX_PID" 2>/dev/null
-    [ -n "$SERVER_PID" ] && kill "$SERVER_PID" 2>/dev/null && wait "$SERVER_PID" 2>/dev/null
+    [ -n "$NGINX_PID" ] && kill "$NGINX_PID" 2>/dev/null && wait "$NGINX_PID" 2>/dev/null || true
+    [ -n "$SERVER_PID" ] && kill "$SERVER_PID" 2>/dev/null && wait "$SERVER_PID" 2>/dev/null || true
     rm -rf "$WORK"
 }
 trap cleanup EXIT INT TERM
