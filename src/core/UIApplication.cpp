@@ -9,7 +9,7 @@
 namespace KELO {
 
 UIApplication::UIApplication(Display* display, const Kapi::vConfig& config)
-    : mDisplay(display), mConfig(&config)
+    : mDisplay(display)
 {
     config.getSingleIntegerValue("overscan", "top", mOverscan.top, 0);
     config.getSingleIntegerValue("overscan", "left", mOverscan.left, 0);

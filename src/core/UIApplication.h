@@ -48,7 +48,6 @@ public:
 
 private:
     Display* mDisplay;            // not owned
-    const Kapi::vConfig* mConfig; // not owned
     std::unique_ptr<ScreenLink> mScreen;
     Overscan mOverscan;
     bool mExternalUI = false;

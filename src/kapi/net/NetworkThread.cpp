@@ -7,6 +7,8 @@
 #include "kapi/net/System.h"
 #include "kapi/vLog.h"
 
+#include <openssl/crypto.h>
+
 #include <algorithm>
 
 namespace Kapi {
@@ -173,6 +175,8 @@ int NetworkThread::main()
     }
     if (!signalled)
         m_startSemaphore->post(); // the loop never started: let start() return
+    // TLS connections ran on this thread: free OpenSSL's per-thread state before it ends.
+    OPENSSL_thread_stop();
     if (vLogLevelEnabled(VLOGSRC_KAPI_NET, VLOG_INFO))
         vLogMessage(VLOGSRC_KAPI_NET, VLOG_INFO, "NetworkThread::main: Exiting");
     return 0;
