@@ -267,8 +267,9 @@ TEST(KeloClient, EveryQueueMessageCarries1048Bytes)
         const bool recv = line.find("msgrcv(") != std::string::npos;
         if (!send && !recv)
             continue;
-        if (line.find("resumed>") != std::string::npos ||
-            line.find("<unfinished") != std::string::npos)
+        // A call another thread interrupted shows its arguments on its "<unfinished ...>"
+        // line; its "resumed>" line repeats nothing of them.
+        if (line.find("resumed>") != std::string::npos)
             continue;
         EXPECT_NE(line.find(", 1048, "), std::string::npos) << line;
         if (send) {
@@ -278,7 +279,7 @@ TEST(KeloClient, EveryQueueMessageCarries1048Bytes)
                 << line;
         } else {
             ++receives;
-            EXPECT_NE(line.find(", 0, IPC_NOWAIT)"), std::string::npos) << line;
+            EXPECT_NE(line.find(", 0, IPC_NOWAIT"), std::string::npos) << line;
         }
     }
     EXPECT_EQ(sends, 2);    // KELO_MSG_STUB_UNINIT_RET and KELO_MSG_EXIT_SELF

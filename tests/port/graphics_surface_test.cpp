@@ -15,16 +15,8 @@ extern "C" const char* __lsan_default_suppressions()
     return "leak:libdirectfb\nleak:libdirect-\nleak:libfusion\n";
 }
 
-// Reports about DirectFB's own internals, none involving our memory or locks: libdirect locks a
-// static mutex from its load-time constructor before initialising it, fusion and libdirect take
-// their internal locks in both orders, DirectFB destroys a mutex at shut-down that one of its
-// threads last unlocked, its helper threads outlive the interface, and fusion_exit frees the
-// dispatcher's condition variable while that thread may still be waking from it.
-extern "C" const char* __tsan_default_suppressions()
-{
-    return "mutex:libdirect-\ndeadlock:libdirect-\ndeadlock:libfusion\n"
-           "race:direct_mutex_deinit\nrace:fusion_exit\nthread:libdirect-\n";
-}
+// ThreadSanitizer reports about DirectFB's own internals are suppressed by tests/tsan.supp,
+// which the ThreadSanitizer run passes to every test program that links the port.
 
 using namespace KELO;
 using KeloTest::argb;
