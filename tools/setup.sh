@@ -12,7 +12,7 @@ PACKAGES=(
     python3
     # libraries
     libssl-dev openssl libcurl4-openssl-dev libxml2-dev zlib1g-dev
-    libdirectfb-dev libdirectfb-extra libsqlite3-dev libpng-dev
+    libdirectfb-dev libdirectfb-extra libsqlite3-dev libpng-dev libsdl2-dev
     # tools the tests judge with, and test servers
     libxml2-utils jq strace nginx-light lua5.1 dpkg-dev curl time
     sqlite3 pngcheck python3-pil iproute2 file

@@ -3,6 +3,7 @@
 #include "SystemDriverLinuxGeneric.h"
 
 #include "../PortDrivers.h"
+#include "DeviceState.h"
 #include "PortSysLogCapture.h"
 #include "support/TestFiles.h"
 
@@ -16,10 +17,6 @@
 #include <unistd.h>
 #include <vector>
 
-// The entry defines the device identity; a test program without the entry brings its own.
-// Weak, so that the entry's definitions win wherever both are linked.
-__attribute__((weak)) char mfgId[20];
-__attribute__((weak)) char modelId[20];
 
 using KELO::SystemDriverLinuxGeneric;
 using Lines = std::vector<std::string>;

@@ -10,6 +10,19 @@
 
 namespace KELO {
 
+namespace {
+std::mutex s_observerLock;
+GraphicsLayerDfb::FlipObserver s_flipObserver = nullptr; // guarded by s_observerLock
+void* s_flipObserverContext = nullptr;                  // guarded by s_observerLock
+} // namespace
+
+void GraphicsLayerDfb::setFlipObserver(FlipObserver observer, void* context)
+{
+    std::lock_guard<std::mutex> lock(s_observerLock);
+    s_flipObserver = observer;
+    s_flipObserverContext = context;
+}
+
 int32 GraphicsLayerDfb::m_osdWidth = 1280;
 int32 GraphicsLayerDfb::m_osdHeight = 720;
 Rectangle GraphicsLayerDfb::m_window = {0, 0, 1280, 720};
@@ -177,6 +190,9 @@ int32 GraphicsLayerDfb::Update(Surface* surface)
         const DFBResult flipped = primary->Flip(
             primary, nullptr, static_cast<DFBSurfaceFlipFlags>(DSFLIP_WAIT | DSFLIP_ONSYNC));
         DFB_TRACE_IF_FAILED(flipped);
+        std::lock_guard<std::mutex> observerLock(s_observerLock);
+        if (s_flipObserver != nullptr)
+            s_flipObserver(primary, s_flipObserverContext);
     }
     if (m_listener != nullptr)
         m_listener->Callback(m_listenerContext, LayerListener::LayerFlipped);

@@ -7,7 +7,13 @@
 //
 // Threads: Update runs under the multimedia driver's mutex; the listener hears LayerFlipped on
 // the updating thread.
+//
+// A flip observer (one per process) sees the primary surface right after each flip, still under
+// the driver's mutex, so it may read the frame but must not call back into the driver. Setting
+// or clearing it waits for a running call to end.
 #include "core/GraphicsDriver.h"
+
+#include <directfb.h>
 
 namespace KELO {
 
@@ -40,6 +46,10 @@ public:
     int32 UnlockLayer() override;
     int32 Flip() override;
     int32 Update(Surface* surface) override;
+
+    typedef void (*FlipObserver)(IDirectFBSurface* primary, void* context);
+    // A null observer removes it.
+    static void setFlipObserver(FlipObserver observer, void* context);
 
 private:
     static int32 m_osdWidth;

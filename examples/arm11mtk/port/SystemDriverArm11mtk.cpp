@@ -2,16 +2,13 @@
 #include "SystemDriverArm11mtk.h"
 
 #include "../PortDrivers.h"
+#include "DeviceState.h"
 
 #include "kapi/SystemUtil.h"
 #include "kapi/vLog.h"
 
 #include <cstring>
 #include <syslog.h>
-
-// The device identity, written by the entry from its model table before any driver exists.
-extern char mfgId[20];
-extern char modelId[20];
 
 namespace {
 
