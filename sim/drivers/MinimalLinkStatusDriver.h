@@ -5,7 +5,6 @@
 // remuxer stand-in lives here too until the platform remuxer library is simulated.
 #include "ListenerSlot.h"
 #include "core/LinkStatusDriver.h"
-#include "core/RemuxerDriver.h"
 
 namespace SimDrivers {
 
@@ -26,11 +25,6 @@ public:
 
 private:
     MinimalLinkStatusMonitor mMonitor;
-};
-
-// The platform remuxer stand-in: the interface has no operations yet.
-class MinimalRemuxerDriver : public KELO::RemuxerDriver
-{
 };
 
 } // namespace SimDrivers

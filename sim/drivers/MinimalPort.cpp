@@ -75,16 +75,6 @@ void DestroyGenericLinkStatusDriver()
     s_linkStatus.reset();
 }
 
-KELO::RemuxerDriver* VRMX_CreateRemuxerDriver()
-{
-    return new SimDrivers::MinimalRemuxerDriver;
-}
-
-void VRMX_DestroyRemuxerDriver(KELO::RemuxerDriver* driver)
-{
-    delete driver;
-}
-
 void platformInitArm11mtk()
 {
     logName_i("platformInitArm11mtk");

@@ -9,14 +9,9 @@
 #include <thread>
 #include <vector>
 
-// DirectFB keeps module and arena bookkeeping for the life of the process.
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libdirectfb\nleak:libdirect-\nleak:libfusion\n";
-}
-
-// ThreadSanitizer reports about DirectFB's own internals are suppressed by tests/tsan.supp,
-// which the ThreadSanitizer run passes to every test program that links the port.
+// DirectFB keeps module and arena bookkeeping for the life of the process. Reports about
+// DirectFB's own internals are suppressed by tests/lsan.supp and tests/tsan.supp, which the
+// sanitizer runs pass to every test program.
 
 using namespace KELO;
 using KeloTest::argb;

@@ -1,6 +1,10 @@
 // DisplayDfb: fixed answers and the printed traces of mode and protection changes.
 #include "DisplayDfb.h"
 
+#include "CopyProtection.h"
+#include "DeviceState.h"
+#include "Tv3d.h"
+
 #include <cstdio>
 
 namespace KELO {
@@ -33,7 +37,12 @@ int32 DisplayDfb::RemoveListener(DisplayListener* listener)
 int32 DisplayDfb::SetVideoMode(const VideoMode& mode)
 {
     std::printf("SetVideoMode: mode=%x\n", static_cast<unsigned>(mode.mode));
-    s_3DMode = (mode.mode & k3DModeMask) != 0;
+    if ((mode.mode & k3DModeMask) == 0) {
+        s_3DMode = false;
+        kelo_reset3d_videomode();
+    } else {
+        s_3DMode = true;
+    }
     return SUCCESS;
 }
 
@@ -60,7 +69,13 @@ int32 DisplayDfb::GetMonitorInfo(HDMISetupInfo* info)
     if (info == nullptr)
         return INVALID_ARGUMENTS;
     info->preferredMode = OUTPUT_MODE_720P;
-    info->isConnected = false;
+    // The client's first byte answers whether a sink is connected.
+    IMTKCFG_SUPPORT_FORMAT_T format = {};
+    info->isConnected = IMtkCfg_Get_Support_Format(hCfgHandle.load(), &format) ==
+                            IMTK_CFG_ERROR_CODE_OK &&
+                        reinterpret_cast<const uint8*>(&format)[0] != 0;
+    if (info->isConnected && kelo_get_tv3dinfo())
+        info->supportedModes = kSupportedModes3D;
     std::printf("[kelo test]GetMonitorInfo hdmi_connected = %s, supportedmode(0xeff)=%X\n",
                 info->isConnected ? "on" : "off", info->supportedModes);
     return SUCCESS;
@@ -75,6 +90,10 @@ int32 DisplayDfb::EnableCopyProtection(bool enable, CopyProtectionStandard stand
 {
     std::printf("[kelostub] EnableCopyProtection: copy=%s   standard=%d\n", enable ? "on" : "off",
                 static_cast<int>(standard));
+    if (enable)
+        kelo_copyprotection_on(standard);
+    else
+        kelo_copyprotection_off(standard);
     return SUCCESS;
 }
 

@@ -4,8 +4,8 @@
 // The 3D-mode flag is process-wide: SetVideoMode sets it for a mode carrying any of the three 3D
 // extension bits (mask 0x700) and clears it otherwise; the player reads it.
 //
-// This build has no platform configuration service linked into the port, so the monitor is
-// reported as not connected and the 2D output-mode and copy-protection routines are not called.
+// The monitor report, the return to 2D output and the copy-protection switch go to the
+// platform's configuration client (Tv3d.h, CopyProtection.h).
 #include "core/DisplayDriver.h"
 
 #include <atomic>
@@ -19,6 +19,8 @@ class DisplayDfb : public Display
 public:
     static constexpr int32 k3DModeMask = 0x700;
     static constexpr int kCapabilities = 0xEB;
+    // The modes reported for a television that shows 3D.
+    static constexpr uint32 kSupportedModes3D = 0xEFF;
 
     explicit DisplayDfb(MultimediaDriverDfb* driver);
 
