@@ -11,15 +11,6 @@
 
 namespace {
 
-class NullLog : public Kapi::Log
-{
-public:
-    void log(const char*, Priority, const char*, ...) override {}
-    void vlog(const char*, Priority, const char*, va_list) override {}
-    void setLogToConsole(bool) override {}
-    void setHighRes(bool) override {}
-};
-
 void quietDefaultLogger()
 {
     vLogSetLevelAll(VLOG_NONE);
@@ -52,7 +43,7 @@ BENCHMARK(BM_DisabledUnguarded);
 void BM_EnabledToNullBackEnd(benchmark::State& state)
 {
     quietDefaultLogger();
-    NullLog backEnd;
+    Kapi::DiscardingLog backEnd;
     Kapi::ModuleLogger logger(&backEnd, "null");
     logger.levels().setLevelAll(VLOG_NONE);
     logger.levels().setLevel(VLOGSRC_APP, VLOG_DEBUG);
@@ -71,7 +62,7 @@ BENCHMARK(BM_EnabledToNullBackEnd);
 // Contention: the same enabled call from several threads at once serialises on the loggers lock.
 void BM_EnabledToNullBackEndThreaded(benchmark::State& state)
 {
-    static NullLog s_backEnd;
+    static Kapi::DiscardingLog s_backEnd;
     static Kapi::ModuleLogger* s_logger = nullptr;
     if (state.thread_index() == 0) {
         quietDefaultLogger();

@@ -9,22 +9,9 @@
 #include <cstdlib>
 #include <string>
 
-namespace {
-
-class NullLog : public Kapi::Log
-{
-public:
-    void log(const char*, Priority, const char*, ...) override {}
-    void vlog(const char*, Priority, const char*, va_list) override {}
-    void setLogToConsole(bool) override {}
-    void setHighRes(bool) override {}
-};
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static NullLog s_backEnd;
+    static Kapi::DiscardingLog s_backEnd;
     static Kapi::ModuleLogger s_target(&s_backEnd, "fuzz");
     static Kapi::ModuleLogger s_bystander(&s_backEnd, "bystander");
     static const bool s_registered = [] {

@@ -57,6 +57,17 @@ public:
                                      const char* source, Priority priority, const char* format);
 };
 
+// A back end that drops every line: for loggers whose levels are exercised without output
+// (measurements, fuzzing).
+class DiscardingLog : public Log
+{
+public:
+    void log(const char*, Priority, const char*, ...) override {}
+    void vlog(const char*, Priority, const char*, va_list) override {}
+    void setLogToConsole(bool) override {}
+    void setHighRes(bool) override {}
+};
+
 } // namespace Kapi
 
 #endif
