@@ -1,10 +1,12 @@
 // GraphicsDfb: budget accounting around SurfaceDfb construction. The charge is taken before
-// DirectFB is called and corrected to the real allocation (stride x height) afterwards.
+// DirectFB is called and corrected to the real allocation (stride x height) afterwards; for an
+// image the first charge comes from its header (4 bytes a pixel), read without decoding.
 #include "GraphicsDfb.h"
 
 #include "DfbResult.h"
 #include "MultimediaDriverDfb.h"
 #include "SurfaceDfb.h"
+#include "core/ImageGeometry.h"
 #include "kapi/vLog.h"
 
 #include <cstdio>
@@ -123,13 +125,58 @@ int32 GraphicsDfb::DestroySurface(Surface* surface)
     return SUCCESS;
 }
 
-int32 GraphicsDfb::CreateSurfaceFromImage(Surface** surface, BufferStream*, ImageFormat, void*,
-                                          SurfaceListener*, bool, bool)
+int32 GraphicsDfb::CreateSurfaceFromImage(Surface** surface, BufferStream* stream,
+                                          ImageFormat format, void* context,
+                                          SurfaceListener* listener, bool, bool)
 {
-    // Needs the image decoders' geometry reader, which this build does not contain yet.
-    if (surface != nullptr)
-        *surface = nullptr;
-    return NOT_SUPPORTED;
+    if (surface == nullptr)
+        return INVALID_ARGUMENTS;
+    *surface = nullptr;
+    ImageGeometry geometry;
+    if (stream == nullptr || Multimedia::getGeometry(stream, format, &geometry) != SUCCESS) {
+        if (vLogLevelEnabled(VLOGSRC_KAPI_MEDIA_SURFACE, VLOG_WARNING))
+            vLogMessage(VLOGSRC_KAPI_MEDIA_SURFACE, VLOG_WARNING,
+                        "GraphicsDfb: no image geometry (format %d)", static_cast<int>(format));
+        return INVALID_ARGUMENTS;
+    }
+    if (geometry.kind != ImageGeometry::KIND_JPEG && geometry.kind != ImageGeometry::KIND_PNG)
+        return Multimedia::createSurfaceFromImage(this, surface, stream, geometry, context,
+                                                  listener);
+
+    // DirectFB decodes into 32-bit pixels: the stride is taken as 4 bytes a pixel until the
+    // surface tells its real one.
+    const uint64 wanted = uint64(geometry.width) * 4u * geometry.height;
+    if (wanted > 0xFFFFFFFFu || !charge_i(static_cast<unsigned>(wanted))) {
+        if (vLogLevelEnabled(VLOGSRC_KAPI_MEDIA_SURFACE, VLOG_WARNING))
+            vLogMessage(VLOGSRC_KAPI_MEDIA_SURFACE, VLOG_WARNING,
+                        "GraphicsDfb: image %ux%u over budget (%u of %u bytes used)",
+                        geometry.width, geometry.height, usedSurfaceSpace(), maxSurfaceMemory());
+        return OUT_OF_MEMORY;
+    }
+    const unsigned charge = static_cast<unsigned>(wanted);
+    auto created = std::make_unique<SurfaceDfb>(stream, format, context, listener);
+    const DFBResult result = created->dfbResult();
+    if (result != DFB_OK) {
+        created.reset();
+        releaseCharge(charge);
+        if (result == DFB_NOSYSTEMMEMORY || result == DFB_NOVIDEOMEMORY ||
+            result == DFB_NOSHAREDMEMORY)
+            std::printf("%s with %u out of %u bytes surface memory used\n",
+                        DFBResultToString(result), usedSurfaceSpace(), maxSurfaceMemory());
+        return OUT_OF_MEMORY;
+    }
+    int size = 0;
+    created->GetInfo(nullptr, nullptr, nullptr, nullptr, &size);
+    {
+        std::lock_guard<std::mutex> lock(m_memoryLock);
+        m_usedSurfaceSpace = m_usedSurfaceSpace - charge + static_cast<unsigned>(size);
+    }
+    created->setCharge(this, static_cast<unsigned>(size));
+    *surface = created.release();
+    // The decode has already finished here; the listener hears it before the call returns.
+    if (listener != nullptr)
+        listener->Callback(context, SurfaceListener::DecodeCompleted);
+    return SUCCESS;
 }
 
 int32 GraphicsDfb::CreatePalette(PixelFormat, const Pixel*, int*)

@@ -34,6 +34,10 @@ public:
     int32 CreateSurface(Surface** surface, unsigned width, unsigned height, PixelFormat format,
                         bool video) override;
     int32 DestroySurface(Surface* surface) override;
+    // PNG and JPEG are decoded by DirectFB inside the call; on SUCCESS the listener hears
+    // DecodeCompleted before the call returns, on failure it hears nothing (the status is the
+    // answer). Every failure to make the surface answers OUT_OF_MEMORY; an unreadable header
+    // INVALID_ARGUMENTS; other image kinds go to the software decoders (NOT_SUPPORTED here).
     int32 CreateSurfaceFromImage(Surface** surface, BufferStream* stream, ImageFormat format,
                                  void* context, SurfaceListener* listener, bool keepAspect,
                                  bool video) override;

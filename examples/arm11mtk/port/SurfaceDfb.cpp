@@ -6,10 +6,14 @@
 #include "DfbResult.h"
 #include "GraphicsDfb.h"
 #include "MultimediaDriverDfb.h"
+#include "core/BufferStream.h"
 #include "kapi/vLog.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <memory>
 #include <mutex>
+#include <new>
 
 namespace KELO {
 
@@ -52,6 +56,27 @@ bool clipAxis(int32 dstStart, int32 dstLength, int32 clipStart, int32 clipLength
 bool isZero(const Pixel& pixel)
 {
     return pixel.red == 0 && pixel.green == 0 && pixel.blue == 0 && pixel.alpha == 0;
+}
+
+// The whole readable range of `stream` in a new array; null when it is empty, too large to
+// hold, cannot be allocated or cannot be read completely.
+std::unique_ptr<uint8[]> readWholeStream(BufferStream* stream, unsigned& length)
+{
+    length = 0;
+    int64 first = 0;
+    int64 end = 0;
+    if (stream == nullptr || stream->bounds(&first, &end) != SUCCESS || end <= first ||
+        end - first > 0x7FFFFFFF || stream->seek(first, BufferStream::FromStart) != SUCCESS)
+        return nullptr;
+    const unsigned size = static_cast<unsigned>(end - first);
+    std::unique_ptr<uint8[]> bytes(new (std::nothrow) uint8[size]);
+    if (bytes == nullptr)
+        return nullptr;
+    uint32 got = 0;
+    if (readFully(*stream, bytes.get(), size, &got) != SUCCESS || got != size)
+        return nullptr;
+    length = size;
+    return bytes;
 }
 
 } // namespace
@@ -171,6 +196,91 @@ SurfaceDfb::SurfaceDfb(unsigned width, unsigned height, PixelFormat format)
         readStride_i();
     }
     m_clipRectangle = {0, 0, m_width, m_height};
+}
+
+SurfaceDfb::SurfaceDfb(BufferStream* stream, ImageFormat, void* context, SurfaceListener* listener)
+    : m_listenerContext(context), m_listener(listener)
+{
+    unsigned length = 0;
+    const std::unique_ptr<uint8[]> bytes = readWholeStream(stream, length);
+    if (bytes == nullptr) {
+        m_dfbResult = DFB_FAILURE;
+        return;
+    }
+    MultimediaDriverDfb* driver = MultimediaDriverDfb::instance();
+    if (driver == nullptr || driver->dfb() == nullptr) {
+        m_dfbResult = DFB_INIT;
+        return;
+    }
+    std::lock_guard<std::mutex> lock(driver->gfxBlitMutex());
+    decodeImage_i(driver->dfb(), bytes.get(), length);
+    if (m_dfbResult == DFB_OK)
+        readStride_i();
+    if (m_dfbResult != DFB_OK && m_dfbSurface != nullptr) {
+        m_dfbSurface->Release(m_dfbSurface);
+        m_dfbSurface = nullptr;
+    }
+    if (m_dfbResult == DFB_OK)
+        m_clipRectangle = {0, 0, m_width, m_height};
+}
+
+// Data buffer over the bytes, an image provider from it, a surface of the provider's
+// description (made video-only) and the image rendered into it. Provider and buffer are
+// released on every path; the bytes stay the caller's. A step that fails with DFB_OK and no
+// object is a DirectFB fault reported as DFB_FAILURE.
+void SurfaceDfb::decodeImage_i(IDirectFB* dfb, const uint8* bytes, unsigned length)
+{
+    IDirectFBDataBuffer* buffer = nullptr;
+    IDirectFBImageProvider* provider = nullptr;
+    DFBSurfaceDescription description = {};
+    bool missingObject = false;
+
+    DFBDataBufferDescription bufferDescription = {};
+    bufferDescription.flags = DBDESC_MEMORY;
+    bufferDescription.memory.data = bytes;
+    bufferDescription.memory.length = length;
+    m_dfbResult = dfb->CreateDataBuffer(dfb, &bufferDescription, &buffer);
+    DFB_TRACE_IF_FAILED(m_dfbResult);
+    missingObject = m_dfbResult == DFB_OK && buffer == nullptr;
+    if (m_dfbResult == DFB_OK && !missingObject) {
+        m_dfbResult = buffer->CreateImageProvider(buffer, &provider);
+        DFB_TRACE_IF_FAILED(m_dfbResult);
+        missingObject = m_dfbResult == DFB_OK && provider == nullptr;
+    }
+    if (m_dfbResult == DFB_OK && !missingObject) {
+        m_dfbResult = provider->GetSurfaceDescription(provider, &description);
+        DFB_TRACE_IF_FAILED(m_dfbResult);
+    }
+    if (m_dfbResult == DFB_OK && !missingObject) {
+        description.flags =
+            static_cast<DFBSurfaceDescriptionFlags>(description.flags | DSDESC_CAPS);
+        description.caps = static_cast<DFBSurfaceCapabilities>(description.caps | DSCAPS_VIDEOONLY);
+        m_dfbResult = dfb->CreateSurface(dfb, &description, &m_dfbSurface);
+        DFB_TRACE_IF_FAILED(m_dfbResult);
+        missingObject = m_dfbResult == DFB_OK && m_dfbSurface == nullptr;
+    }
+    if (m_dfbResult == DFB_OK && !missingObject) {
+        m_dfbResult = provider->RenderTo(provider, m_dfbSurface, nullptr);
+        DFB_TRACE_IF_FAILED(m_dfbResult);
+    }
+    if (provider != nullptr)
+        provider->Release(provider);
+    if (buffer != nullptr)
+        buffer->Release(buffer);
+    if (missingObject) {
+        std::printf("SurfaceDfb::SurfaceDfb bug in error reporting\n");
+        m_dfbResult = DFB_FAILURE;
+    }
+    if (m_dfbResult != DFB_OK)
+        return;
+    m_width = description.width;
+    m_height = description.height;
+    DFBSurfacePixelFormat format = description.pixelformat;
+    if ((description.flags & DSDESC_PIXELFORMAT) == 0)
+        m_dfbSurface->GetPixelFormat(m_dfbSurface, &format);
+    if ((description.flags & (DSDESC_WIDTH | DSDESC_HEIGHT)) != (DSDESC_WIDTH | DSDESC_HEIGHT))
+        m_dfbSurface->GetSize(m_dfbSurface, &m_width, &m_height);
+    m_format = DfbToKELOPixelFormat(format);
 }
 
 SurfaceDfb::~SurfaceDfb()

@@ -22,6 +22,10 @@ class SurfaceDfb : public Surface
 {
 public:
     SurfaceDfb(unsigned width, unsigned height, PixelFormat format);
+    // Decodes the whole readable range of `stream` (a PNG or JPEG image) with DirectFB's image
+    // providers into a new surface of the image's size and the provider's pixel format. The
+    // stream is read to its end. `context` and `listener` are stored as the surface listener.
+    SurfaceDfb(BufferStream* stream, ImageFormat format, void* context, SurfaceListener* listener);
     ~SurfaceDfb() override;
 
     static DFBSurfacePixelFormat KELOToDfbPixelFormat(PixelFormat format);
@@ -65,6 +69,7 @@ public:
 
 private:
     void readStride_i();
+    void decodeImage_i(IDirectFB* dfb, const uint8* bytes, unsigned length);
 
     int m_width = 0;
     int m_height = 0;
