@@ -1,9 +1,8 @@
 #ifndef KAPI_NET_TIMEOUT_H
 #define KAPI_NET_TIMEOUT_H
-// Work items of the network event loop. Every item is a node of a circular, doubly linked,
-// intrusive list; a node that is in no list points at itself, so unlinking is always safe and
-// a node is in at most one list at a time. A TimeoutList is such a ring around a sentinel node
-// that is never handed to a callback.
+// Work items of the network event loop. Every item is a node of an intrusive ring (DoubleLink),
+// so unlinking is always safe and an item is in at most one list at a time. A TimeoutList is
+// such a ring around a sentinel node that is never handed to a callback.
 //
 // Timeout: a one-shot callback with a due time, owned by its user and touched only on the loop
 // thread. Every submit first unlinks the node, so submitting again moves it; the destructor
@@ -15,6 +14,7 @@
 // the System's thread lock; both do nothing once the System's threading is off. A node must be
 // out of the queue (cancelled, run, or dropped by the System's shut-down) before it is
 // destroyed; the destructor enforces it.
+#include "kapi/DoubleLink.h"
 #include "kapi/KapiTypes.h"
 
 namespace Kapi {
@@ -23,26 +23,6 @@ namespace Net {
 class System;
 
 typedef void (*TimeoutCallback)(void* context);
-
-class TimeoutLink
-{
-public:
-    TimeoutLink() : next(this), prev(this) {}
-    TimeoutLink(const TimeoutLink&) = delete;
-    TimeoutLink& operator=(const TimeoutLink&) = delete;
-
-    bool isLinked() const { return next != this; }
-    void unlink()
-    {
-        next->prev = prev;
-        prev->next = next;
-        next = this;
-        prev = this;
-    }
-
-    TimeoutLink* next;
-    TimeoutLink* prev;
-};
 
 // A FIFO of nodes of one type T (Timeout or CrossThreadTimeout).
 template <class T> class TimeoutList
@@ -54,19 +34,13 @@ public:
     ~TimeoutList() { clear(); }
 
     bool empty() const { return !m_sentinel.isLinked(); }
-    T* head() const { return empty() ? nullptr : static_cast<T*>(m_sentinel.next); }
+    T* head() const { return empty() ? nullptr : static_cast<T*>(m_sentinel.next()); }
     // Links `node` (already unlinked) at the tail.
-    void append(T* node)
-    {
-        node->prev = m_sentinel.prev;
-        node->next = &m_sentinel;
-        m_sentinel.prev->next = node;
-        m_sentinel.prev = node;
-    }
+    void append(T* node) { static_cast<DoubleLink*>(node)->linkBefore(&m_sentinel); }
     unsigned size() const
     {
         unsigned count = 0;
-        for (const TimeoutLink* link = m_sentinel.next; link != &m_sentinel; link = link->next)
+        for (const DoubleLink* link = m_sentinel.next(); link != &m_sentinel; link = link->next())
             ++count;
         return count;
     }
@@ -74,14 +48,14 @@ public:
     void clear()
     {
         while (!empty())
-            m_sentinel.next->unlink();
+            m_sentinel.next()->unlink();
     }
 
 private:
-    TimeoutLink m_sentinel;
+    DoubleLink m_sentinel;
 };
 
-class Timeout : public TimeoutLink
+class Timeout : public DoubleLink
 {
 public:
     Timeout() = default;
@@ -118,7 +92,7 @@ private:
     TimeoutCallback m_callback = nullptr;
 };
 
-class CrossThreadTimeout : public TimeoutLink
+class CrossThreadTimeout : public DoubleLink
 {
 public:
     CrossThreadTimeout() = default;
