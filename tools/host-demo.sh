@@ -1,14 +1,18 @@
 #!/bin/sh
-# Usage: tools/host-demo.sh BINDIR
+# Usage: tools/host-demo.sh BINDIR [SCREENSHOT]
 #
 # Shows the client and its host application talking over the two host message queues: makes
-# a private device root (KELO_ROOT) with the queues' key file, starts BINDIR/kelo_client M110 en,
-# lets BINDIR/kelo_host send a few host messages and finally the quit message
-# KELO_MSG_STUB_UNINIT, prints both sides' standard output (prefixed "client|" and "host  |"),
-# reports both exit statuses and removes the queues and the root. Exit status 0 when the client
-# exited 0 after answering the quit message as expected.
+# a private device root (KELO_ROOT) with the queues' key file, starts BINDIR/kelo_client M110 en
+# headless (DirectFB's dummy system), lets BINDIR/kelo_host send a few host messages and finally
+# the quit message KELO_MSG_STUB_UNINIT, prints both sides' standard output (prefixed "client|"
+# and "host  |"), reports both exit statuses and removes the queues and the root. The client
+# writes a PNG screenshot of its screen to SCREENSHOT (default BINDIR/../kelo-screenshot.png)
+# when the quit message arrives; `file` and `pngcheck` judge it. Exit status 0 when the client
+# exited 0 after answering the quit message as expected and the screenshot is a valid PNG.
 set -u
-BIN=${1:?usage: tools/host-demo.sh BINDIR}
+BIN=${1:?usage: tools/host-demo.sh BINDIR [SCREENSHOT]}
+SHOT=${2:-$(dirname "$BIN")/kelo-screenshot.png}
+rm -f "$SHOT"
 for prog in kelo_client kelo_host; do
     if [ ! -x "$BIN/$prog" ]; then
         echo "host-demo: $BIN/$prog is missing (build it first)" >&2
@@ -37,7 +41,7 @@ trap cleanup EXIT INT TERM
 echo "== host-demo: KELO_ROOT=$ROOT"
 echo "== starting: kelo_client M110 en"
 (
-    "$BIN/kelo_client" M110 en 2>"$ROOT/client.err"
+    KELO_SCREENSHOT="$SHOT" "$BIN/kelo_client" M110 en 2>"$ROOT/client.err"
     echo $? > "$ROOT/client.status"
 ) | sed -u 's/^/client| /' &
 CLIENT_PID=$!
@@ -68,4 +72,12 @@ if [ -s "$ROOT/client.err" ]; then
     echo "== client standard error:"
     sed 's/^/client! /' "$ROOT/client.err"
 fi
-[ "$HOST_STATUS" = 0 ] && [ "$CLIENT_STATUS" = 0 ]
+SHOT_STATUS=1
+if [ -s "$SHOT" ]; then
+    echo "== screenshot: $SHOT"
+    file "$SHOT"
+    pngcheck "$SHOT" && SHOT_STATUS=0
+else
+    echo "== screenshot: $SHOT was not written"
+fi
+[ "$HOST_STATUS" = 0 ] && [ "$CLIENT_STATUS" = 0 ] && [ "$SHOT_STATUS" = 0 ]

@@ -4,15 +4,22 @@
 // the host or the user asks it to quit; then it stops the core, tells the host it exits and
 // releases the drivers. Every message goes to standard output.
 //
+// Two development switches from the environment: KELO_MIRROR=1 shows the screen in a desktop
+// window that also takes keys (sim/mirror), and KELO_SCREENSHOT=PATH runs the "screenshot"
+// console command with PATH when the host asks the client to quit, before the core stops.
+//
 // Results: -1 for a bad command line or model code, 1 when the core did not start, 0 after a
 // normal exit, or the failing sigaction's result.
+#include "BootScreen.h"
 #include "CrashHandler.h"
+#include "DesktopMirror.h"
 #include "DeviceModel.h"
 #include "DeviceState.h"
 #include "MyCoreEventListener.h"
 #include "PlaybackControl.h"
 #include "PortDrivers.h"
 #include "core/Core.h"
+#include "core/CoreLinks.h"
 #include "kapi/OpensslCryptoDriver.h"
 #include "kelouipc/kelo_ipc.h"
 
@@ -98,6 +105,20 @@ void createAndRegister_i(KELO::Core& core, Drivers& d)
     core.registerLinkStatusDriver(d.linkStatus);
     d.remuxer = VRMX_CreateRemuxerDriver();
     core.registerRemuxerDriver(d.remuxer);
+    KELO::CoreLinks::setScreenMaker(&KELO::BootScreen::make);
+    SimMirror::startDesktopMirrorIfRequested();
+}
+
+// The development screenshot switch (KELO_SCREENSHOT).
+void screenshotIfAsked_i(KELO::Core& core)
+{
+    const char* path = getenv("KELO_SCREENSHOT");
+    if (path == nullptr || *path == '\0')
+        return;
+    Kapi::StringVector args;
+    args.push_back(path);
+    printf("[kelo tester] screenshot %s: %s\n", path,
+           core.executeConsoleCommand("screenshot", args) ? "written" : "failed");
 }
 
 void unregisterAndDestroy_i(KELO::Core& core, Drivers& d)
@@ -108,6 +129,8 @@ void unregisterAndDestroy_i(KELO::Core& core, Drivers& d)
     core.unregisterMultimediaDriver();
     core.unregisterSystemDriver();
     core.unregisterCryptoDriver();
+    SimMirror::stopDesktopMirror();
+    KELO::CoreLinks::setScreenMaker(nullptr);
     VRMX_DestroyRemuxerDriver(d.remuxer);
     DestroyGenericLinkStatusDriver();
     DestroyDfbUserInputDriver();
@@ -185,6 +208,7 @@ int main(int argc, char** argv)
                 }
             }
         }
+        screenshotIfAsked_i(*core);
         puts("[kelo tester] Stopping Core...");
         for (int32 p = _StartPlayer; p == 1 || p == 2; p = _StartPlayer) {
             printf("[kelo tester] waiting pb thread exit, %d \n", p);

@@ -4,6 +4,7 @@
 // message.
 #include "sim/KeloRoot.h"
 #include "support/RunProcess.h"
+#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -13,16 +14,14 @@
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
-#include "support/TestFiles.h"
 
 using KeloTest::binPath;
 using KeloTest::KeloRoot;
 using KeloTest::ProcessResult;
+using KeloTest::readFile;
 using KeloTest::runProcess;
 
-using KeloTest::readFile;
 namespace {
-
 
 std::vector<std::string> splitLines(const std::string& text)
 {
@@ -284,4 +283,48 @@ TEST(KeloClient, EveryQueueMessageCarries1048Bytes)
     }
     EXPECT_EQ(sends, 2);    // KELO_MSG_STUB_UNINIT_RET and KELO_MSG_EXIT_SELF
     EXPECT_GE(receives, 1); // one poll a second until the message arrives
+}
+
+// The client on the device port's drivers, headless: the boot screen goes through the real
+// graphics path and the screenshot command writes it when the quit message comes.
+TEST(KeloClient, HeadlessRunOnThePortWritesTheBootScreenAsPng)
+{
+    KeloRoot root;
+    const std::string shot = root.path() + "/shot.png";
+    Background client(root, {binPath("kelo_client"), "M110", "en"}, {{"KELO_SCREENSHOT", shot}});
+    ProcessResult h = host(root, {"send KELO_MSG_STUB_UNINIT", "expect KELO_MSG_STUB_UNINIT_RET",
+                                  "expect KELO_MSG_EXIT_SELF"});
+    ASSERT_EQ(client.wait(), 0) << client.err();
+    EXPECT_EQ(h.exitStatus, 0) << h.out;
+    EXPECT_NE(client.out().find("[kelo tester] screenshot " + shot + ": written\n"),
+              std::string::npos)
+        << client.out();
+
+    EXPECT_EQ(runProcess("/usr/bin/pngcheck", {shot}).exitStatus, 0);
+    EXPECT_NE(runProcess("/usr/bin/file", {"-b", shot})
+                  .out.find("PNG image data, 1280 x 720, 8-bit/color RGBA, non-interlaced"),
+              std::string::npos);
+
+    // Background, the translucent panel blended over it, and one colour-key bar.
+    const ProcessResult pixels = runProcess(
+        "/usr/bin/python3",
+        {"-c", "import sys; from PIL import Image; im = Image.open(sys.argv[1]).convert('RGBA'); "
+               "print(*[' '.join(map(str, im.getpixel((x, y)))) for x, y in "
+               "((10, 10), (600, 300), (330, 470))], sep='\\n')",
+         shot});
+    ASSERT_EQ(pixels.exitStatus, 0) << pixels.err;
+    std::istringstream in(pixels.out);
+    int px[3][4] = {};
+    for (auto& p : px)
+        in >> p[0] >> p[1] >> p[2] >> p[3];
+    const int background[3] = {0x14, 0x18, 0x28};
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_EQ(px[0][c], background[c]);
+        // White at alpha 0x30 over the background.
+        const double blended = (255.0 * 0x30 + background[c] * (255.0 - 0x30)) / 255.0;
+        EXPECT_NEAR(px[1][c], blended, 1.5) << "channel " << c;
+    }
+    EXPECT_EQ(px[2][0], 0xd0);
+    EXPECT_EQ(px[2][1], 0x20);
+    EXPECT_EQ(px[2][2], 0x20);
 }
