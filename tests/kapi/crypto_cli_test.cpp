@@ -9,6 +9,7 @@
 
 #include "crypto_test_util.h"
 #include "support/RunProcess.h"
+#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -18,22 +19,17 @@
 #include <openssl/pem.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <memory>
-#include <sstream>
-#include "support/TestFiles.h"
 
 using namespace CryptoTest;
 using Kapi::SymCipher;
-using KeloTest::runProcess;
-
 using KeloTest::readFile;
+using KeloTest::runProcess;
 using KeloTest::writeFile;
+
 namespace {
 
 const char* const kOpenssl = "/usr/bin/openssl";
-
-
 
 Bytes sha1Of(const std::string& text)
 {

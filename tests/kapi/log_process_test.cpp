@@ -107,13 +107,6 @@ TEST(LogEnvironment, LevelsFromTheEnvironmentAndConsoleLines)
          {"guarded app warning in main"},
          "",
          {"<app.warning>: in main"}},
-        // Levels outside 1..5 are errors (9 needs a logger at 9); unknown sources are named.
-        {{"VLOGTOCONSOLE=1"},
-         {"msg app 0 zero %d", "msg app 9 dropped", "setlevel app 9", "msg app 9 nine %d %s",
-          "msg app debug five", "setlevel kapi_os info", "msg 71 info far", "msg -3 debug dropped"},
-         "",
-         {"<app.error>: zero 42", "<app.error>: nine 42 arg", "<app.debug>: five",
-          "<unknownSource.info>: far"}},
     };
     for (const auto& row : rows) {
         const ProcessResult run = probe("log_probe", row.env, row.commands);

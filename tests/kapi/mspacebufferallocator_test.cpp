@@ -23,6 +23,10 @@ constexpr unsigned kSample = 65528;
 struct Region
 {
     Region() : bytes(new unsigned char[kRegionSize]) {}
+    MspaceBufferAllocator allocator(MspaceBufferAllocator::NoMemBehavior behaviour)
+    {
+        return MspaceBufferAllocator(bytes.get(), kRegionSize, behaviour);
+    }
     bool contains(const void* p) const
     {
         const auto* q = static_cast<const unsigned char*>(p);
@@ -36,8 +40,7 @@ struct Region
 size_t samplesThatFit()
 {
     Region probe;
-    MspaceBufferAllocator allocator(probe.bytes.get(), kRegionSize,
-                                    MspaceBufferAllocator::NOMEM_FAIL);
+    MspaceBufferAllocator allocator = probe.allocator(MspaceBufferAllocator::NOMEM_FAIL);
     std::vector<void*> blocks;
     while (void* p = allocator.malloc(kSample))
         blocks.push_back(p);
@@ -63,8 +66,7 @@ TEST(MspaceBufferAllocatorTest, CountsBytesBeyondItsBookkeepingAndLogsItsLife)
     Region region;
     LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_DEBUG);
     {
-        MspaceBufferAllocator allocator(region.bytes.get(), kRegionSize,
-                                        MspaceBufferAllocator::NOMEM_FAIL);
+        MspaceBufferAllocator allocator = region.allocator(MspaceBufferAllocator::NOMEM_FAIL);
         EXPECT_EQ(allocator.getAllocedBytes(), 0u);
         void* p = allocator.malloc(100);
         ASSERT_TRUE(region.contains(p));
@@ -92,8 +94,7 @@ TEST(MspaceBufferAllocatorTest, CountsBytesBeyondItsBookkeepingAndLogsItsLife)
 TEST(MspaceBufferAllocatorTest, FullRegionFallsBackToTheProcessHeapAndCounts)
 {
     Region region;
-    MspaceBufferAllocator allocator(region.bytes.get(), kRegionSize,
-                                    MspaceBufferAllocator::NOMEM_FALLBACK);
+    MspaceBufferAllocator allocator = region.allocator(MspaceBufferAllocator::NOMEM_FALLBACK);
     std::vector<void*> inside = fillRegion(allocator, region);
     ASSERT_GE(inside.size(), 14u);
     std::vector<void*> outside;
@@ -126,8 +127,7 @@ TEST(MspaceBufferAllocatorTest, FullRegionFallsBackToTheProcessHeapAndCounts)
 TEST(MspaceBufferAllocatorTest, FullRegionFailsAtOnceWithoutFallback)
 {
     Region region;
-    MspaceBufferAllocator allocator(region.bytes.get(), kRegionSize,
-                                    MspaceBufferAllocator::NOMEM_FAIL);
+    MspaceBufferAllocator allocator = region.allocator(MspaceBufferAllocator::NOMEM_FAIL);
     std::vector<void*> inside = fillRegion(allocator, region);
     EXPECT_EQ(allocator.malloc(kSample), nullptr);
     EXPECT_EQ(allocator.realloc(inside[0], 3 * kSample), nullptr);
@@ -143,8 +143,7 @@ TEST(MspaceBufferAllocatorTest, FullRegionFailsAtOnceWithoutFallback)
 TEST(MspaceBufferAllocatorTest, FullRegionWaitsForAnotherThreadToFree)
 {
     Region region;
-    MspaceBufferAllocator allocator(region.bytes.get(), kRegionSize,
-                                    MspaceBufferAllocator::NOMEM_WAIT);
+    MspaceBufferAllocator allocator = region.allocator(MspaceBufferAllocator::NOMEM_WAIT);
     std::vector<void*> inside = fillRegion(allocator, region);
     ASSERT_FALSE(inside.empty());
     std::atomic<bool> done{false};
@@ -179,8 +178,7 @@ TEST(MspaceBufferAllocatorTest, DestroyWithLiveBlocksLogsReleasesAndWakesWaiters
 {
     Region region;
     LogCapture capture(VLOGSRC_MISC_SYSTEM, VLOG_ERROR);
-    MspaceBufferAllocator allocator(region.bytes.get(), kRegionSize,
-                                    MspaceBufferAllocator::NOMEM_WAIT);
+    MspaceBufferAllocator allocator = region.allocator(MspaceBufferAllocator::NOMEM_WAIT);
     std::vector<void*> inside = fillRegion(allocator, region);
     const size_t alloced = allocator.getAllocedBytes();
     ASSERT_GT(alloced, 0u);
@@ -224,8 +222,7 @@ TEST(MspaceBufferAllocatorTest, DestroyCountsLiveFallbackBlocks)
 TEST(MspaceBufferAllocatorTest, ThreadsShareTheRegionWhileWaiting)
 {
     Region region;
-    MspaceBufferAllocator allocator(region.bytes.get(), kRegionSize,
-                                    MspaceBufferAllocator::NOMEM_WAIT);
+    MspaceBufferAllocator allocator = region.allocator(MspaceBufferAllocator::NOMEM_WAIT);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&allocator, t] {

@@ -55,59 +55,51 @@ TEST(StreamEncoding, FixedWidthIntegersAreLittleEndian)
     EXPECT_EQ(reader.remaining(), 0u);
 }
 
-TEST(StreamEncoding, VarU32UsesThePrefixCodesAtEachBoundary)
+// Unsigned values take the prefix codes at each boundary; signed ones are zig-zagged first.
+TEST(StreamEncoding, VariableLengthIntegers)
 {
     const struct
     {
-        uint32_t value;
+        bool isSigned;
+        int64_t value;
         std::string encoded;
     } cases[] = {
-        {0, bytes({0x00})},
-        {0x7F, bytes({0x7F})},
-        {0x80, bytes({0x80, 0x80})},
-        {300, bytes({0x81, 0x2C})},
-        {0x3FFF, bytes({0xBF, 0xFF})},
-        {0x4000, bytes({0xC0, 0x40, 0x00})},
-        {0x1FFFFF, bytes({0xDF, 0xFF, 0xFF})},
-        {0x200000, bytes({0xE0, 0x20, 0x00, 0x00})},
-        {0x0FFFFFFF, bytes({0xEF, 0xFF, 0xFF, 0xFF})},
-        {0x10000000, bytes({0xFF, 0x00, 0x00, 0x00, 0x10})},
-        {0xFFFFFFFF, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0xFF})},
+        {false, 0, bytes({0x00})},
+        {false, 0x7F, bytes({0x7F})},
+        {false, 0x80, bytes({0x80, 0x80})},
+        {false, 300, bytes({0x81, 0x2C})},
+        {false, 0x3FFF, bytes({0xBF, 0xFF})},
+        {false, 0x4000, bytes({0xC0, 0x40, 0x00})},
+        {false, 0x1FFFFF, bytes({0xDF, 0xFF, 0xFF})},
+        {false, 0x200000, bytes({0xE0, 0x20, 0x00, 0x00})},
+        {false, 0x0FFFFFFF, bytes({0xEF, 0xFF, 0xFF, 0xFF})},
+        {false, 0x10000000, bytes({0xFF, 0x00, 0x00, 0x00, 0x10})},
+        {false, 0xFFFFFFFF, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0xFF})},
+        {true, 0, bytes({0x00})},
+        {true, -1, bytes({0x01})},
+        {true, 1, bytes({0x02})},
+        {true, -2, bytes({0x03})},
+        {true, 63, bytes({0x7E})},
+        {true, -64, bytes({0x7F})},
+        {true, 64, bytes({0x80, 0x80})},
+        {true, INT32_MAX, bytes({0xFF, 0xFE, 0xFF, 0xFF, 0xFF})},
+        {true, INT32_MIN, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0xFF})},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.value);
-        EXPECT_EQ(written([&](Writer& w) { w.addVarU32(c.value); }), c.encoded);
-        EXPECT_EQ(Writer::varU32Size(c.value), c.encoded.size());
+        SCOPED_TRACE(std::to_string(c.value) + (c.isSigned ? " signed" : ""));
         BufferReader reader(c.encoded.data(), c.encoded.size());
-        EXPECT_EQ(reader.getVarU32(), c.value);
+        if (c.isSigned) {
+            EXPECT_EQ(written([&](Writer& w) { w.addVarI32(static_cast<int32_t>(c.value)); }),
+                      c.encoded);
+            EXPECT_EQ(reader.getVarI32(), c.value);
+        } else {
+            EXPECT_EQ(written([&](Writer& w) { w.addVarU32(static_cast<uint32_t>(c.value)); }),
+                      c.encoded);
+            EXPECT_EQ(Writer::varU32Size(static_cast<uint32_t>(c.value)), c.encoded.size());
+            EXPECT_EQ(reader.getVarU32(), c.value);
+        }
         EXPECT_TRUE(reader.ok());
         EXPECT_EQ(reader.remaining(), 0u);
-    }
-}
-
-TEST(StreamEncoding, VarI32IsZigZag)
-{
-    const struct
-    {
-        int32_t value;
-        std::string encoded;
-    } cases[] = {
-        {0, bytes({0x00})},
-        {-1, bytes({0x01})},
-        {1, bytes({0x02})},
-        {-2, bytes({0x03})},
-        {63, bytes({0x7E})},
-        {-64, bytes({0x7F})},
-        {64, bytes({0x80, 0x80})},
-        {INT32_MAX, bytes({0xFF, 0xFE, 0xFF, 0xFF, 0xFF})},
-        {INT32_MIN, bytes({0xFF, 0xFF, 0xFF, 0xFF, 0xFF})},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.value);
-        EXPECT_EQ(written([&](Writer& w) { w.addVarI32(c.value); }), c.encoded);
-        BufferReader reader(c.encoded.data(), c.encoded.size());
-        EXPECT_EQ(reader.getVarI32(), c.value);
-        EXPECT_TRUE(reader.ok());
     }
 }
 

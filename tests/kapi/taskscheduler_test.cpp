@@ -43,28 +43,26 @@ bool runRecorded(TaskProcessor& processor, Task::Category category, int count,
     Latch blocker;
     Latch done(count);
     std::mutex mutex;
-    processor.schedule(new FnTask(category,
-                                  [&] {
-                                      blockerStarted.arrive();
-                                      blocker.wait();
-                                  }),
-                       Timer::now());
+    auto block = [&] {
+        blockerStarted.arrive();
+        blocker.wait();
+    };
+    processor.schedule(new FnTask(category, block), Timer::now());
     if (!blockerStarted.wait())
         return false;
-    for (int i = 0; i < count; ++i)
-        processor.schedule(new FnTask(category,
-                                      [&, i] {
-                                          meter.enter();
-                                          std::this_thread::sleep_for(
-                                              std::chrono::milliseconds(sleepMs));
-                                          meter.leave();
-                                          {
-                                              std::lock_guard<std::mutex> lock(mutex);
-                                              order.push_back(i);
-                                          }
-                                          done.arrive();
-                                      }),
-                           when(i));
+    for (int i = 0; i < count; ++i) {
+        auto record = [&, i] {
+            meter.enter();
+            std::this_thread::sleep_for(std::chrono::milliseconds(sleepMs));
+            meter.leave();
+            {
+                std::lock_guard<std::mutex> lock(mutex);
+                order.push_back(i);
+            }
+            done.arrive(); // last: the caller's locals may go once all arrived
+        };
+        processor.schedule(new FnTask(category, record), when(i));
+    }
     blocker.arrive(); // all are queued before the first recorded task can start
     return done.wait();
 }
@@ -124,16 +122,14 @@ TEST(TaskScheduler, CategoryLimitsHoldAcrossProcessors)
     // One CPU slot: CPU tasks of two processors never overlap.
     KeloTest::OverlapMeter cpu;
     Latch cpuDone(2);
+    auto cpuTask = [&] {
+        cpu.enter();
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        cpu.leave();
+        cpuDone.arrive();
+    };
     for (TaskProcessor* processor : {&first, &second})
-        processor->schedule(new FnTask(Task::CATEGORY_CPU,
-                                       [&] {
-                                           cpu.enter();
-                                           std::this_thread::sleep_for(
-                                               std::chrono::milliseconds(30));
-                                           cpu.leave();
-                                           cpuDone.arrive();
-                                       }),
-                            Timer::now());
+        processor->schedule(new FnTask(Task::CATEGORY_CPU, cpuTask), Timer::now());
     ASSERT_TRUE(cpuDone.wait());
     EXPECT_EQ(cpu.most(), 1);
 
@@ -141,14 +137,13 @@ TEST(TaskScheduler, CategoryLimitsHoldAcrossProcessors)
     Latch bothInside(2);
     std::atomic<int> met{0};
     Latch ioDone(2);
+    auto ioTask = [&] {
+        bothInside.arrive();
+        met += bothInside.wait() ? 1 : 0;
+        ioDone.arrive();
+    };
     for (int i = 0; i < 2; ++i)
-        first.schedule(new FnTask(Task::CATEGORY_IO,
-                                  [&] {
-                                      bothInside.arrive();
-                                      met += bothInside.wait() ? 1 : 0;
-                                      ioDone.arrive();
-                                  }),
-                       Timer::now());
+        first.schedule(new FnTask(Task::CATEGORY_IO, ioTask), Timer::now());
     ASSERT_TRUE(ioDone.wait());
     EXPECT_EQ(met.load(), 2);
 }
@@ -216,14 +211,12 @@ TEST(TaskScheduler, DestroyingProcessorOrSchedulerDropsQueuedTasksAndWaitsForRun
         std::atomic<bool> finished{false};
         {
             TaskProcessor processor(1);
-            processor.schedule(new FnTask(Task::CATEGORY_IO,
-                                          [&] {
-                                              started.arrive();
-                                              std::this_thread::sleep_for(
-                                                  std::chrono::milliseconds(50));
-                                              finished = true;
-                                          }),
-                               Timer::now());
+            auto slow = [&] {
+                started.arrive();
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                finished = true;
+            };
+            processor.schedule(new FnTask(Task::CATEGORY_IO, slow), Timer::now());
             for (int i = 0; i < 4; ++i)
                 processor.schedule(counted(), Timer::now() + (i % 2) * kHour);
             ASSERT_TRUE(started.wait());

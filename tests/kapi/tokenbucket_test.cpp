@@ -27,10 +27,12 @@ protected:
         return [this] { return mNow.load(); };
     }
     void advance(int64 us) { mNow += us; }
-    std::string self(const TokenBucket& bucket) const
+    // The start of the bucket's debug lines.
+    std::string prefix(const TokenBucket& bucket) const
     {
-        char text[32];
-        snprintf(text, sizeof text, "%p", static_cast<const void*>(&bucket));
+        char text[64];
+        snprintf(text, sizeof text, "p2p_util.debug: TokenBucket@%p",
+                 static_cast<const void*>(&bucket));
         return text;
     }
     bool logged(const std::string& line) const
@@ -81,18 +83,15 @@ TEST(TokenBucketArithmeticTest, ProductionIsExactWithoutOverflow)
 TEST_F(TokenBucketTest, WaitsForTokensAndCapsTheBucket)
 {
     TokenBucket bucket(1000, 5000, 0, clock());
-    const std::string p = self(bucket);
-    EXPECT_TRUE(logged("p2p_util.debug: TokenBucket@" + p +
-                       "::TokenBucket(): rateInTokensPerSec=1000 m_initialTokens=0, "
-                       "m_maxTokens=5000"));
+    const std::string p = prefix(bucket);
+    EXPECT_TRUE(
+        logged(p + "::TokenBucket(): rateInTokensPerSec=1000 m_initialTokens=0, m_maxTokens=5000"));
     EXPECT_EQ(bucket.consume(6000), Kapi::FAILURE);
-    EXPECT_TRUE(logged("p2p_util.debug: TokenBucket@" + p +
-                       "::consume(t=6000) will never be satisfied as m_maxTokens=5000"));
+    EXPECT_TRUE(logged(p + "::consume(t=6000) will never be satisfied as m_maxTokens=5000"));
 
     Kapi::Status status = Kapi::FAILURE;
     std::thread taker([&] { status = bucket.consume(500); });
-    awaitLog("p2p_util.debug: TokenBucket@" + p +
-             ": we are 500 tokens short, so we will have to wait for 500000 us");
+    awaitLog(p + ": we are 500 tokens short, so we will have to wait for 500000 us");
     advance(500000);
     ASSERT_EQ(bucket.setRate(1000), Kapi::SUCCESS); // same rate: only wakes the taker early
     taker.join();
@@ -100,15 +99,12 @@ TEST_F(TokenBucketTest, WaitsForTokensAndCapsTheBucket)
 
     advance(10 * kSecond); // idle: 10,000 produced, but the bucket holds at most 5,000
     EXPECT_EQ(bucket.consume(5000), Kapi::SUCCESS);
-    EXPECT_TRUE(
-        logged("p2p_util.debug: TokenBucket@" + p + ":: adjusting availableTokens down to 5000"));
-    EXPECT_TRUE(logged("p2p_util.debug: TokenBucket@" + p +
-                       "::consume(t=5000) adjusted @ now=15500000, producedTokens=10500, "
-                       "m_consumedTokens=5500, availableTokens=5000"));
+    EXPECT_TRUE(logged(p + ":: adjusting availableTokens down to 5000"));
+    EXPECT_TRUE(logged(p + "::consume(t=5000) adjusted @ now=15500000, producedTokens=10500, "
+                           "m_consumedTokens=5500, availableTokens=5000"));
 
     taker = std::thread([&] { status = bucket.consume(1); });
-    awaitLog("p2p_util.debug: TokenBucket@" + p +
-             ": we are 1 tokens short, so we will have to wait for 1000 us");
+    awaitLog(p + ": we are 1 tokens short, so we will have to wait for 1000 us");
     advance(1000);
     bucket.setRate(1000);
     taker.join();
@@ -118,21 +114,18 @@ TEST_F(TokenBucketTest, WaitsForTokensAndCapsTheBucket)
 TEST_F(TokenBucketTest, LoweringTheRateWakesAndResetsTheCounters)
 {
     TokenBucket bucket(1000, 5000, 0, clock());
-    const std::string p = self(bucket);
+    const std::string p = prefix(bucket);
     advance(2 * kSecond);
     ASSERT_EQ(bucket.consume(2000), Kapi::SUCCESS); // everything produced so far
 
     Kapi::Status status = Kapi::FAILURE;
     std::thread taker([&] { status = bucket.consume(1000); });
-    awaitLog("p2p_util.debug: TokenBucket@" + p +
-             ": we are 1000 tokens short, so we will have to wait for 1000000 us");
+    awaitLog(p + ": we are 1000 tokens short, so we will have to wait for 1000000 us");
     // Recomputed over the whole 2 s, production (200) now lies below consumption (2000).
     ASSERT_EQ(bucket.setRate(100), Kapi::SUCCESS);
-    awaitLog("p2p_util.debug: TokenBucket@" + p +
-             "::consume(t=1000) hit negative available @ now=7000000, (rate lowered? ) - reset "
-             "to producedTokens=m_consumedTokens=200, availableTokens=0");
-    awaitLog("p2p_util.debug: TokenBucket@" + p +
-             ": we are 1000 tokens short, so we will have to wait for 10000000 us");
+    awaitLog(p + "::consume(t=1000) hit negative available @ now=7000000, (rate lowered? ) - reset "
+                 "to producedTokens=m_consumedTokens=200, availableTokens=0");
+    awaitLog(p + ": we are 1000 tokens short, so we will have to wait for 10000000 us");
     advance(10 * kSecond);
     bucket.setRate(100);
     taker.join();
@@ -142,18 +135,16 @@ TEST_F(TokenBucketTest, LoweringTheRateWakesAndResetsTheCounters)
 TEST_F(TokenBucketTest, DisableReleasesWaitersAndStopsChanges)
 {
     TokenBucket bucket(0, 100, 10, clock()); // rate 0: a short taker waits without limit
-    const std::string p = self(bucket);
+    const std::string p = prefix(bucket);
     EXPECT_EQ(bucket.consume(10), Kapi::SUCCESS); // the initial tokens
 
     Kapi::Status status = Kapi::SUCCESS;
     std::thread taker([&] { status = bucket.consume(1); });
-    awaitLog("p2p_util.debug: TokenBucket@" + p +
-             ": we are 1 tokens short, so we will have to "
-             "wait for 9223372036854775807 us");
+    awaitLog(p + ": we are 1 tokens short, so we will have to wait for 9223372036854775807 us");
     bucket.disable();
     taker.join();
     EXPECT_EQ(status, Kapi::FAILURE);
-    EXPECT_TRUE(logged("p2p_util.debug: TokenBucket@" + p + "::disable()"));
+    EXPECT_TRUE(logged(p + "::disable()"));
     EXPECT_EQ(bucket.setRate(1000), Kapi::FAILURE);
     EXPECT_EQ(bucket.consume(1), Kapi::FAILURE); // would have to wait
     EXPECT_EQ(bucket.consume(0), Kapi::SUCCESS); // needs nothing: never reaches the wait
@@ -162,12 +153,10 @@ TEST_F(TokenBucketTest, DisableReleasesWaitersAndStopsChanges)
 TEST_F(TokenBucketTest, RaisingTheRateFromZeroReleasesAWaiter)
 {
     TokenBucket bucket(0, 1000, 0, clock());
-    const std::string p = self(bucket);
+    const std::string p = prefix(bucket);
     Kapi::Status status = Kapi::FAILURE;
     std::thread taker([&] { status = bucket.consume(100); });
-    awaitLog("p2p_util.debug: TokenBucket@" + p +
-             ": we are 100 tokens short, so we will have to "
-             "wait for 9223372036854775807 us");
+    awaitLog(p + ": we are 100 tokens short, so we will have to wait for 9223372036854775807 us");
     advance(kSecond / 10);
     ASSERT_EQ(bucket.setRate(1000), Kapi::SUCCESS); // retroactive: 100 produced already
     taker.join();

@@ -9,7 +9,7 @@
 //   enabled S L            prints 1 or 0
 //   enabled-count L        prints how many of the 71 sources are enabled at L
 //   level S                prints vLogGetLevel(S)
-//   setlevel S L | console 0|1 | highres 0|1
+//   console 0|1 | highres 0|1
 //   kksyslog PRI NAME TAG FORMAT        _kkSysLog(PRI, NAME, TAG, FORMAT, 42, "arg")
 //   panic FILE LINE ERRNO EXPR          PanicAssertFail with errno set first
 //
@@ -76,8 +76,8 @@ inline int runCommands(int argc, char** argv)
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
     static const std::map<std::string, size_t> arity = {
-        {"msg", 3},      {"guarded", 3}, {"enabled", 2}, {"enabled-count", 1}, {"level", 1},
-        {"setlevel", 2}, {"console", 1}, {"highres", 1}, {"kksyslog", 4},      {"panic", 4}};
+        {"msg", 3},     {"guarded", 3}, {"enabled", 2},  {"enabled-count", 1}, {"level", 1},
+        {"console", 1}, {"highres", 1}, {"kksyslog", 4}, {"panic", 4}};
     for (int i = 1; i < argc; ++i) {
         const std::string text = argv[i];
         const std::string command = text.substr(0, text.find(' '));
@@ -107,8 +107,6 @@ inline int runCommands(int argc, char** argv)
             printf("%d\n", count);
         } else if (command == "level") {
             printf("%d\n", vLogGetLevel(parseSource(a[0])));
-        } else if (command == "setlevel") {
-            vLogSetLevel(parseSource(a[0]), parseLevel(a[1]));
         } else if (command == "console") {
             Kapi::Log::Get()->setLogToConsole(a[0] != "0");
         } else if (command == "highres") {
