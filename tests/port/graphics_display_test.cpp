@@ -1,7 +1,7 @@
 // The screen path: the graphics layer presents a frame on the primary surface, the screenshot
 // writer saves it, and `file`, `pngcheck` and PIL judge the PNG. Also the mixer, display and
 // player answers of the multimedia driver.
-#include "port/DfbTestDriver.h"
+#include "support/DfbTestDriver.h"
 
 #include "DisplayDfb.h"
 #include "MediaPlayerDfb.h"

@@ -2,7 +2,7 @@
 // decoded through GraphicsDfb::CreateSurfaceFromImage and every pixel is compared with PIL's
 // own decode (exactly for PNG, within a small tolerance for JPEG). Also the budget around the
 // decode and the refusals (no geometry, over budget, corrupt data, software-only kinds).
-#include "port/DfbTestDriver.h"
+#include "support/DfbTestDriver.h"
 
 #include "core/ImageGeometry.h"
 #include "core/MemoryBufferStream.h"

@@ -1,6 +1,6 @@
 // Surface drawing over real DirectFB (dummy system): pixels are read back by locking the
 // surface and compared with values worked out here.
-#include "port/DfbTestDriver.h"
+#include "support/DfbTestDriver.h"
 
 #include "DfbResult.h"
 

@@ -3,7 +3,7 @@
 #include "DeviceState.h"
 #include "DfbInit.h"
 #include "DfbKeymap.h"
-#include "DfbTestDriver.h"
+#include "support/DfbTestDriver.h"
 #include "UserInputDfb.h"
 #include "UserInputDriverDfb.h"
 #include "kapi/Timer.h"

@@ -43,6 +43,18 @@ void GraphicsDfb::releaseCharge(unsigned bytes)
     m_usedSurfaceSpace = bytes > m_usedSurfaceSpace ? 0 : m_usedSurfaceSpace - bytes;
 }
 
+Surface* GraphicsDfb::settleCharge_i(std::unique_ptr<SurfaceDfb> created, unsigned charge)
+{
+    int size = 0;
+    created->GetInfo(nullptr, nullptr, nullptr, nullptr, &size);
+    {
+        std::lock_guard<std::mutex> lock(m_memoryLock);
+        m_usedSurfaceSpace = m_usedSurfaceSpace - charge + static_cast<unsigned>(size);
+    }
+    created->setCharge(this, static_cast<unsigned>(size));
+    return created.release();
+}
+
 unsigned GraphicsDfb::usedSurfaceSpace() const
 {
     std::lock_guard<std::mutex> lock(m_memoryLock);
@@ -106,14 +118,7 @@ int32 GraphicsDfb::CreateSurface(Surface** surface, unsigned width, unsigned hei
                     maxSurfaceMemory());
         return OUT_OF_MEMORY;
     }
-    int size = 0;
-    created->GetInfo(nullptr, nullptr, nullptr, nullptr, &size);
-    {
-        std::lock_guard<std::mutex> lock(m_memoryLock);
-        m_usedSurfaceSpace = m_usedSurfaceSpace - charge + static_cast<unsigned>(size);
-    }
-    created->setCharge(this, static_cast<unsigned>(size));
-    *surface = created.release();
+    *surface = settleCharge_i(std::move(created), charge);
     return SUCCESS;
 }
 
@@ -165,14 +170,7 @@ int32 GraphicsDfb::CreateSurfaceFromImage(Surface** surface, BufferStream* strea
                         DFBResultToString(result), usedSurfaceSpace(), maxSurfaceMemory());
         return OUT_OF_MEMORY;
     }
-    int size = 0;
-    created->GetInfo(nullptr, nullptr, nullptr, nullptr, &size);
-    {
-        std::lock_guard<std::mutex> lock(m_memoryLock);
-        m_usedSurfaceSpace = m_usedSurfaceSpace - charge + static_cast<unsigned>(size);
-    }
-    created->setCharge(this, static_cast<unsigned>(size));
-    *surface = created.release();
+    *surface = settleCharge_i(std::move(created), charge);
     // The decode has already finished here; the listener hears it before the call returns.
     if (listener != nullptr)
         listener->Callback(context, SurfaceListener::DecodeCompleted);

@@ -13,9 +13,12 @@
 
 #include <directfb.h>
 
+#include <memory>
 #include <mutex>
 
 namespace KELO {
+
+class SurfaceDfb;
 
 class GraphicsDfb : public Graphics
 {
@@ -59,6 +62,9 @@ public:
 
 private:
     bool charge_i(unsigned bytes);
+    // Replaces the estimated `charge` of a created surface by its real size (stride x height)
+    // and hands the surface out.
+    Surface* settleCharge_i(std::unique_ptr<SurfaceDfb> created, unsigned charge);
 
     unsigned m_usedSurfaceSpace = 0;
     unsigned m_maxSurfaceMemory = 0;

@@ -1,7 +1,8 @@
-#ifndef KELO_TESTS_PORT_DFBTESTDRIVER_H
-#define KELO_TESTS_PORT_DFBTESTDRIVER_H
-// One DirectFB multimedia driver per test process (dummy system, headless), created by the
-// first test that asks for it and destroyed by a GoogleTest environment at the end of the run.
+#ifndef KELO_TESTS_SUPPORT_DFBTESTDRIVER_H
+#define KELO_TESTS_SUPPORT_DFBTESTDRIVER_H
+// For test programs that link the device port: one DirectFB multimedia driver per test process
+// (dummy system, headless), created by the first test that asks for it and destroyed by a
+// GoogleTest environment at the end of the run.
 #include "GraphicsDfb.h"
 #include "MultimediaDriverDfb.h"
 #include "SurfaceDfb.h"
