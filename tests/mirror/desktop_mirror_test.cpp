@@ -4,6 +4,8 @@
 #include "DesktopMirror.h"
 #include "DfbInit.h"
 #include "MirrorTestDriver.h"
+#include "PortDrivers.h"
+#include "UserInputDfb.h"
 
 #include <SDL.h>
 #include <directfb.h>
@@ -283,6 +285,35 @@ TEST_F(DesktopMirrorTest, DesktopKeysArriveAsWindowKeyEvents)
     ASSERT_TRUE(mirror.waitForKeysHandled(16, kWaitMs));
     mirror.stop();
     EXPECT_TRUE(keys.empty());
+}
+
+// The whole path the desktop user takes: an SDL key, the mirror, the window, the port's user
+// input, the event the core receives.
+TEST_F(DesktopMirrorTest, DesktopKeysComeOutOfThePortsUserInput)
+{
+    KELO::UserInputDriver* driver = CreateDfbUserInputDriver();
+    ASSERT_NE(driver, nullptr);
+    UserInput* input = nullptr;
+    ASSERT_EQ(driver->GetUserInput(&input), SUCCESS);
+    DesktopMirror mirror;
+    ASSERT_TRUE(mirror.start());
+
+    ASSERT_TRUE(pushKey(SDLK_a, true));
+    ASSERT_TRUE(pushKey(SDLK_UP, false));
+    UserInput::Event event;
+    ASSERT_EQ(input->wait(&event, kWaitMs), SUCCESS);
+    EXPECT_EQ(event.device_id, 4);
+    EXPECT_EQ(event.evCategory, UserInput::UNICODE_BUTTON);
+    EXPECT_EQ(event.arg.unicode.action, UserInput::BUTTON_PRESS);
+    EXPECT_EQ(event.arg.unicode.keyValue, 0xf601);
+    EXPECT_STREQ(event.arg.unicode.label, "a");
+    ASSERT_EQ(input->wait(&event, kWaitMs), SUCCESS);
+    EXPECT_EQ(event.evCategory, UserInput::BUTTON);
+    EXPECT_EQ(event.arg.button.action, UserInput::BUTTON_RELEASE);
+    EXPECT_EQ(event.arg.button.code, UserInput::EVENT_TYPE_DIRECTION_UP);
+
+    mirror.stop();
+    DestroyDfbUserInputDriver();
 }
 
 TEST_F(DesktopMirrorTest, ClosingTheWindowStopsMirroringButNotTheClient)
