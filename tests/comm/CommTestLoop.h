@@ -78,83 +78,75 @@ private:
 class Recorder : public Kapi::Comm::IMessageConnection::Listener
 {
 public:
+    struct State
+    {
+        int connected = 0;
+        int disconnected = 0;
+        std::vector<std::string> messages;
+    };
+
     void connected() override
     {
-        change([&] { ++m_connected; });
+        change([](State& s) { ++s.connected; });
     }
     void receive(std::shared_ptr<Kapi::Comm::CommMessage> message) override
     {
         std::string payload(reinterpret_cast<const char*>(message->getPayload()),
                             message->getSize());
-        change([&] { m_messages.push_back(payload); });
-        if (onReceive)
-            onReceive(message);
+        change([&](State& s) { s.messages.push_back(payload); });
     }
     void disconnected() override
     {
-        change([&] { ++m_disconnected; });
-        if (onDisconnected)
-            onDisconnected();
+        change([](State& s) { ++s.disconnected; });
     }
 
-    // False when the condition did not come true within the hang guard. The condition runs
-    // under the recorder's lock: it reads the fields, not the locking accessors.
-    bool waitFor(const std::function<bool(const Recorder&)>& condition)
+    // False when the condition did not come true within the hang guard.
+    bool waitFor(const std::function<bool(const State&)>& condition)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, kHangGuard, [&] { return condition(*this); });
+        return m_changed.wait_for(lock, kHangGuard, [&] { return condition(m_state); });
     }
     bool waitForMessages(size_t count)
     {
-        return waitFor([count](const Recorder& r) { return r.m_messages.size() >= count; });
+        return waitFor([count](const State& s) { return s.messages.size() >= count; });
     }
     bool waitForConnect()
     {
-        return waitFor([](const Recorder& r) { return r.m_connected > 0; });
+        return waitFor([](const State& s) { return s.connected > 0; });
     }
     bool waitForDisconnect()
     {
-        return waitFor([](const Recorder& r) { return r.m_disconnected > 0; });
+        return waitFor([](const State& s) { return s.disconnected > 0; });
     }
-
-    std::vector<std::string> messages() const
+    State state() const
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        return m_messages;
+        return m_state;
     }
-    int connectedCount() const
+    std::vector<std::string> messages() const { return state().messages; }
+
+    // Applies `update` under the lock and wakes the waiters.
+    void change(const std::function<void(State&)>& update)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        return m_connected;
-    }
-    int disconnectedCount() const
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_disconnected;
-    }
-
-    // For conditions, which run under the lock.
-    const std::vector<std::string>& messagesUnlocked() const { return m_messages; }
-    int disconnectedUnlocked() const { return m_disconnected; }
-
-    // Run on the loop thread, after the call is recorded.
-    std::function<void(std::shared_ptr<Kapi::Comm::CommMessage>)> onReceive;
-    std::function<void()> onDisconnected;
-
-private:
-    void change(const std::function<void()>& update)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        update();
+        update(m_state);
         m_changed.notify_all();
     }
 
+private:
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
-    int m_connected = 0;
-    int m_disconnected = 0;
-    std::vector<std::string> m_messages;
+    State m_state;
 };
+
+// A link property of the connection, or kNoProperty when it has none.
+constexpr unsigned kNoProperty = 0xDEADBEEF;
+template <class Connection>
+unsigned property(const Connection& connection, Kapi::Comm::LinkProperty which)
+{
+    unsigned int value = kNoProperty;
+    return connection->getUInt32Property(which, &value) ? value : kNoProperty;
+}
 
 inline std::shared_ptr<Kapi::Comm::CommMessage> makeMessage(const std::string& payload)
 {
@@ -190,19 +182,6 @@ connectPlain(Kapi::Net::System* system, int port, Kapi::Comm::IMessageConnection
     auto tcp = std::make_shared<Kapi::Comm::TcpConnection>(nullptr);
     tcp->enableTcpNoDelay();
     auto framing = Kapi::Comm::MessageConnection::create(tcp, l);
-    if (!tcp->connect(system, kLoopback, static_cast<unsigned short>(port), 0, 0))
-        return nullptr;
-    return framing;
-}
-
-// TCP, TLS on `context`, then framing. Call on the loop thread.
-inline std::shared_ptr<Kapi::Comm::IMessageConnection>
-connectTls(Kapi::Net::System* system, int port, SSL_CTX* context,
-           Kapi::Comm::IMessageConnection::Listener* l)
-{
-    auto tcp = std::make_shared<Kapi::Comm::TcpConnection>(nullptr);
-    auto tls = std::make_shared<Kapi::Comm::SslConnection>(context, tcp, false, nullptr);
-    auto framing = Kapi::Comm::MessageConnection::create(tls, l);
     if (!tcp->connect(system, kLoopback, static_cast<unsigned short>(port), 0, 0))
         return nullptr;
     return framing;

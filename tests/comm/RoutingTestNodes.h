@@ -15,13 +15,6 @@
 
 namespace RoutingTest {
 
-inline std::string rest(Kapi::Stream::Reader* in)
-{
-    std::string bytes(in->remaining(), '\0');
-    in->copyBytes(bytes.data(), bytes.size());
-    return bytes;
-}
-
 struct LeafNode : Kapi::Stream::MessageNode
 {
     LeafNode(std::vector<std::string>& trace, std::string name)
@@ -35,8 +28,10 @@ struct LeafNode : Kapi::Stream::MessageNode
     bool processMessage(Kapi::Stream::Reader* in, Kapi::Stream::Writer* reply,
                         bool* replyReady) override
     {
-        received.push_back(rest(in));
-        trace.push_back(name + ".received " + received.back());
+        std::string bytes(in->remaining(), '\0');
+        in->copyBytes(bytes.data(), bytes.size());
+        received.push_back(bytes);
+        trace.push_back(name + ".received " + bytes);
         if (!replyText.empty()) {
             reply->copyBytes(replyText.data(), replyText.size());
             *replyReady = true;
@@ -62,7 +57,6 @@ struct LeafNode : Kapi::Stream::MessageNode
         return true;
     }
 
-    // Queues payloads and asks for a turn.
     void sendLater(const std::string& payload)
     {
         pending.push_back(payload);
@@ -90,22 +84,13 @@ struct IndexRouter : Kapi::Stream::MessageNodeRouter
     Kapi::Stream::MessageNode* selectNode(Kapi::Stream::Reader* in, Kapi::Stream::Writer*) override
     {
         const uint8 index = in->getU8();
-        if (!in->ok() || index >= children.size())
-            return nullptr;
-        return children[index];
+        return in->ok() && index < children.size() ? children[index] : nullptr;
     }
     void prepOutgoingMessage(Kapi::Stream::MessageNode* child, Kapi::Stream::Writer* out) override
     {
         for (size_t i = 0; i < children.size(); ++i)
             if (children[i] == child)
                 out->addU8(static_cast<uint8>(i));
-    }
-
-    bool processMessage(Kapi::Stream::Reader* in, Kapi::Stream::Writer* reply,
-                        bool* replyReady) override
-    {
-        ++processed;
-        return Kapi::Stream::MessageNodeRouter::processMessage(in, reply, replyReady);
     }
     void connected() override
     {
@@ -119,21 +104,18 @@ struct IndexRouter : Kapi::Stream::MessageNodeRouter
     }
 
     std::vector<Kapi::Stream::MessageNode*> children;
-    int processed = 0;
 };
 
 struct FakeConnection : Kapi::Comm::IMessageConnection
 {
     void send(std::shared_ptr<Kapi::Comm::CommMessage> message) override
     {
-        sent.push_back(
-            std::string(reinterpret_cast<const char*>(message->getPayload()), message->getSize()));
+        sent.emplace_back(reinterpret_cast<const char*>(message->getPayload()), message->getSize());
     }
-    void close() override { ++closes; }
+    void close() override {}
     bool getUInt32Property(Kapi::Comm::LinkProperty, unsigned int*) const override { return false; }
 
     std::vector<std::string> sent; // payloads, in send order
-    int closes = 0;
 };
 
 // A received message holding exactly `payload`.

@@ -11,6 +11,7 @@
 using namespace RoutingTest;
 using Kapi::Stream::MessageNode;
 using Kapi::Stream::StringWriter;
+using Lines = std::vector<std::string>;
 
 namespace {
 
@@ -24,21 +25,30 @@ struct NamedParent : Kapi::Stream::MessageNodeParent
     }
 };
 
-std::vector<std::string> popNames(Kapi::Stream::MessageNodeParent& parent)
+// Header bytes followed by a payload.
+std::string bytes(std::initializer_list<int> header, const std::string& payload)
 {
-    std::vector<std::string> names;
-    while (MessageNode* node = parent.popFirst())
-        names.push_back(static_cast<LeafNode*>(node)->name);
-    return names;
+    std::string out;
+    for (int byte : header)
+        out += static_cast<char>(byte);
+    return out + payload;
 }
 
-std::string turn(Kapi::Stream::MessageNodeParent& parent, bool* wrote = nullptr)
+// One write turn of `parent`: what it wrote, or "-" when it wrote no message.
+std::string turn(Kapi::Stream::MessageNodeParent& parent)
 {
     StringWriter out;
-    const bool result = parent.writeMessage(&out);
-    if (wrote != nullptr)
-        *wrote = result;
-    return out.str();
+    return parent.writeMessage(&out) ? out.str() : "-";
+}
+
+// Turns until one writes nothing (at most 100).
+Lines drain(Kapi::Stream::MessageNodeParent& parent)
+{
+    Lines frames;
+    for (std::string frame = turn(parent); frame != "-" && frames.size() < 100;
+         frame = turn(parent))
+        frames.push_back(frame);
+    return frames;
 }
 
 struct WriteQueue : ::testing::Test
@@ -52,6 +62,13 @@ struct WriteQueue : ::testing::Test
         for (LeafNode* node : {&a, &b, &c, &d})
             node->setParent(&parent);
     }
+    Lines popNames()
+    {
+        Lines names;
+        while (MessageNode* node = parent.popFirst())
+            names.push_back(static_cast<LeafNode*>(node)->name);
+        return names;
+    }
 };
 
 TEST_F(WriteQueue, ANodeAskingTwiceIsQueuedOnceAndWritesOnce)
@@ -61,23 +78,26 @@ TEST_F(WriteQueue, ANodeAskingTwiceIsQueuedOnceAndWritesOnce)
     a.requestWrite();
     EXPECT_TRUE(parent.isInQueue(&a));
     EXPECT_TRUE(parent.audit());
-    bool wrote = false;
-    EXPECT_EQ(turn(parent, &wrote), "<a>one");
-    EXPECT_TRUE(wrote);
-    EXPECT_EQ(turn(parent, &wrote), "");
-    EXPECT_FALSE(wrote);
+    EXPECT_EQ(turn(parent), "<a>one");
+    EXPECT_EQ(turn(parent), "-");
     EXPECT_EQ(a.turns, 1);
 }
 
-TEST_F(WriteQueue, TurnsFollowRequestOrder)
+TEST_F(WriteQueue, TurnsFollowRequestOrderAndANodeWithMoreGoesToTheBack)
 {
     c.requestWrite();
     a.requestWrite();
     b.requestWrite();
     a.requestWrite(); // already queued: keeps its place
-    EXPECT_EQ(popNames(parent), (std::vector<std::string>{"c", "a", "b"}));
+    EXPECT_EQ(popNames(), (Lines{"c", "a", "b"}));
     EXPECT_TRUE(parent.isQueueEmpty());
     EXPECT_TRUE(parent.audit());
+
+    a.pending = {"a1", "a2", "a3"};
+    b.pending = {"b1"};
+    a.requestWrite();
+    b.requestWrite();
+    EXPECT_EQ(drain(parent), (Lines{"<a>a1", "<b>b1", "<a>a2", "<a>a3"}));
 }
 
 TEST_F(WriteQueue, CancelUnlinksHeadMiddleAndTailAndKeepsTheTailRight)
@@ -96,20 +116,7 @@ TEST_F(WriteQueue, CancelUnlinksHeadMiddleAndTailAndKeepsTheTailRight)
     d.cancelRequestWrite();
     d.cancelRequestWrite(); // not queued: nothing happens
     EXPECT_TRUE(parent.audit());
-    EXPECT_EQ(popNames(parent), (std::vector<std::string>{"b"}));
-}
-
-TEST_F(WriteQueue, ANodeWithMoreToSendGoesToTheBack)
-{
-    a.pending = {"a1", "a2", "a3"};
-    b.pending = {"b1"};
-    a.requestWrite();
-    b.requestWrite();
-    std::vector<std::string> frames;
-    bool wrote = true;
-    for (std::string frame = turn(parent, &wrote); wrote; frame = turn(parent, &wrote))
-        frames.push_back(frame);
-    EXPECT_EQ(frames, (std::vector<std::string>{"<a>a1", "<b>b1", "<a>a2", "<a>a3"}));
+    EXPECT_EQ(popNames(), Lines{"b"});
 }
 
 TEST_F(WriteQueue, ADestroyedNodeLeavesTheQueue)
@@ -122,7 +129,7 @@ TEST_F(WriteQueue, ADestroyedNodeLeavesTheQueue)
         c.requestWrite();
     }
     EXPECT_TRUE(parent.audit());
-    EXPECT_EQ(popNames(parent), (std::vector<std::string>{"a", "c"}));
+    EXPECT_EQ(popNames(), (Lines{"a", "c"}));
 }
 
 // root (index header) -> inner (index header) -> a (0), b (1); root also has leaf r (1).
@@ -139,38 +146,26 @@ struct RouterTree : ::testing::Test
         inner.addChild(&a);
         inner.addChild(&b);
     }
-
-    std::string rootTurn(bool* wrote)
+    // Offers `message` to the root; the reply, or "-" when none is ready.
+    std::string process(const std::string& message, bool expectedResult = true)
     {
-        StringWriter out;
-        *wrote = root.writeMessage(&out);
-        return out.str();
-    }
-    std::vector<std::string> drain()
-    {
-        std::vector<std::string> frames;
-        bool wrote = true;
-        for (int guard = 0; guard < 100 && (wrote || !root.isQueueEmpty()); ++guard) {
-            const std::string frame = rootTurn(&wrote);
-            if (wrote)
-                frames.push_back(frame);
-        }
-        return frames;
+        Kapi::Stream::BufferReader in(message.data(), message.size());
+        StringWriter reply;
+        bool replyReady = false;
+        EXPECT_EQ(root.processMessage(&in, &reply, &replyReady), expectedResult);
+        return replyReady ? reply.str() : "-";
     }
 };
 
-TEST_F(RouterTree, ARequestClimbsToTheRoot)
+TEST_F(RouterTree, ARequestClimbsToTheRootAndChildrenTakeTurnsAcrossLevels)
 {
     b.sendLater("hi");
     EXPECT_TRUE(inner.isInQueue(&b));
     EXPECT_TRUE(root.isInQueue(&inner));
-    EXPECT_EQ(drain(), (std::vector<std::string>{std::string("\x00\x01hi", 4)}));
+    EXPECT_EQ(drain(root), Lines{bytes({0, 1}, "hi")});
     EXPECT_TRUE(root.isQueueEmpty());
     EXPECT_TRUE(inner.isQueueEmpty());
-}
 
-TEST_F(RouterTree, ChildrenTakeTurnsAcrossLevels)
-{
     a.sendLater("a1");
     b.sendLater("b1");
     r.sendLater("r1");
@@ -178,87 +173,43 @@ TEST_F(RouterTree, ChildrenTakeTurnsAcrossLevels)
     b.sendLater("b2");
     // root queue: inner, r. inner queue: a, b. Each turn writes one message; a node with more
     // goes to the back of its own parent's queue and the inner router asks again.
-    const std::vector<std::string> expected = {std::string("\x00\x00"
-                                                           "a1",
-                                                           4),
-                                               std::string("\x01"
-                                                           "r1",
-                                                           3),
-                                               std::string("\x00\x01"
-                                                           "b1",
-                                                           4),
-                                               std::string("\x00\x00"
-                                                           "a2",
-                                                           4),
-                                               std::string("\x00\x01"
-                                                           "b2",
-                                                           4)};
-    EXPECT_EQ(drain(), expected);
+    EXPECT_EQ(drain(root), (Lines{bytes({0, 0}, "a1"), bytes({1}, "r1"), bytes({0, 1}, "b1"),
+                                  bytes({0, 0}, "a2"), bytes({0, 1}, "b2")}));
     EXPECT_TRUE(root.audit());
     EXPECT_TRUE(inner.audit());
 }
 
-TEST_F(RouterTree, AnEmptyTurnWritesNoMessage)
+TEST_F(RouterTree, EmptyAndCancelledTurnsWriteNoMessage)
 {
     b.requestWrite(); // nothing pending
-    bool wrote = true;
-    rootTurn(&wrote);
-    EXPECT_FALSE(wrote);
+    EXPECT_EQ(turn(root), "-");
     EXPECT_EQ(b.turns, 1);
     EXPECT_TRUE(root.isQueueEmpty());
-}
 
-TEST_F(RouterTree, ACancelledChildLeavesAnEmptyTurnAboveIt)
-{
     a.sendLater("x");
-    a.cancelRequestWrite();
-    bool wrote = true;
-    rootTurn(&wrote);
-    EXPECT_FALSE(wrote);
+    a.cancelRequestWrite(); // leaves an empty turn above it
+    EXPECT_EQ(turn(root), "-");
     EXPECT_EQ(a.turns, 0);
 }
 
-TEST_F(RouterTree, AMessageGoesToTheChildItsHeaderSelects)
+TEST_F(RouterTree, AMessageGoesToTheChildItsHeaderSelectsWhoseAnswerIsTheRouters)
 {
-    const std::string message("\x00\x01payload", 9);
-    Kapi::Stream::BufferReader in(message.data(), message.size());
-    StringWriter reply;
-    bool replyReady = false;
     b.replyText = "answer";
-    EXPECT_TRUE(root.processMessage(&in, &reply, &replyReady));
-    EXPECT_TRUE(replyReady);
-    EXPECT_EQ(b.received, (std::vector<std::string>{"payload"}));
-    EXPECT_TRUE(a.received.empty());
     // The reply carries the header that routes back to b on the far side.
-    EXPECT_EQ(reply.str(), std::string("\x00\x01"
-                                       "answer",
-                                       8));
+    EXPECT_EQ(process(bytes({0, 1}, "payload")), bytes({0, 1}, "answer"));
+    EXPECT_EQ(b.received, Lines{"payload"});
+    EXPECT_TRUE(a.received.empty());
+
+    a.processResult = false;
+    EXPECT_EQ(process(bytes({0, 0}, "x"), false), "-");
+    EXPECT_EQ(a.received, Lines{"x"});
 }
 
 TEST_F(RouterTree, AMessageForNoChildIsConsumedWithoutReply)
 {
-    for (const std::string& message :
-         {std::string("\x00\x07zz", 4), std::string("\x05", 1), std::string()}) {
-        Kapi::Stream::BufferReader in(message.data(), message.size());
-        StringWriter reply;
-        bool replyReady = false;
-        EXPECT_TRUE(root.processMessage(&in, &reply, &replyReady));
-        EXPECT_FALSE(replyReady);
-    }
-    EXPECT_TRUE(a.received.empty());
-    EXPECT_TRUE(b.received.empty());
+    for (const std::string& message : {bytes({0, 7}, "zz"), bytes({5}, ""), std::string()})
+        EXPECT_EQ(process(message), "-");
     EXPECT_TRUE(trace.empty());
-}
-
-TEST_F(RouterTree, TheChildsAnswerIsTheRoutersAnswer)
-{
-    a.processResult = false;
-    const std::string message("\x00\x00x", 3);
-    Kapi::Stream::BufferReader in(message.data(), message.size());
-    StringWriter reply;
-    bool replyReady = false;
-    EXPECT_FALSE(root.processMessage(&in, &reply, &replyReady));
-    EXPECT_EQ(a.received, (std::vector<std::string>{"x"}));
 }
 
 } // namespace

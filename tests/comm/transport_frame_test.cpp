@@ -21,12 +21,6 @@ namespace {
 // serves `incoming` in reads of at most `readPiece` bytes.
 struct ScriptedConnection : IConnection
 {
-    struct Write
-    {
-        std::string bytes;
-        int flags;
-    };
-
     unsigned int read(void* buf, unsigned int len) override
     {
         const size_t n = std::min<size_t>({len, readPiece, incoming.size() - readPos});
@@ -38,7 +32,7 @@ struct ScriptedConnection : IConnection
     {
         const unsigned int n = std::min<unsigned int>(len, writeBudget);
         writeBudget -= n;
-        attempts.push_back({std::string(static_cast<const char*>(buf), len), flags});
+        ++attempts;
         if (n > 0)
             writes.push_back({std::string(static_cast<const char*>(buf), n), flags});
         sent.append(static_cast<const char*>(buf), n);
@@ -52,10 +46,8 @@ struct ScriptedConnection : IConnection
     }
     bool getUInt32Property(LinkProperty property, unsigned int* out) const override
     {
-        if (property != LINK_REMOTE_PORT)
-            return false;
         *out = 4242;
-        return true;
+        return property == LINK_REMOTE_PORT;
     }
     void giveBudget(unsigned int bytes)
     {
@@ -67,14 +59,21 @@ struct ScriptedConnection : IConnection
     std::string incoming;
     size_t readPos = 0;
     size_t readPiece = 0xFFFFFFFF;
-    std::vector<Write> writes;
-    std::vector<Write> attempts;
+    std::vector<std::pair<std::string, int>> writes; // accepted bytes and flags of each write
+    int attempts = 0;
     std::string sent;
     int closes = 0;
 };
 
-struct Received : IMessageConnection::Listener
+// The framing over a scripted stream, with what reaches its listener.
+struct Framing : IMessageConnection::Listener
 {
+    Framing()
+        : lower(std::make_shared<ScriptedConnection>()),
+          framing(MessageConnection::create(lower, this)),
+          asListener(std::static_pointer_cast<MessageConnection>(framing).get())
+    {
+    }
     void connected() override { ++connects; }
     void receive(std::shared_ptr<CommMessage> message) override
     {
@@ -83,10 +82,14 @@ struct Received : IMessageConnection::Listener
                               message->getSize());
     }
     void disconnected() override { ++disconnects; }
+    size_t queued() { return std::static_pointer_cast<MessageConnection>(framing)->queuedCount(); }
 
-    int connects = 0;
+    int connects = 0; // declared first: the framing may report to them as it goes
     int disconnects = 0;
     std::vector<std::string> payloads;
+    std::shared_ptr<ScriptedConnection> lower;
+    std::shared_ptr<IMessageConnection> framing;
+    IConnection::Listener* asListener;
 };
 
 std::shared_ptr<CommMessage> message(const std::string& payload)
@@ -98,10 +101,9 @@ std::shared_ptr<CommMessage> message(const std::string& payload)
 
 std::string frameOf(const std::string& payload)
 {
-    std::string header(2, '\0');
-    header[0] = static_cast<char>(payload.size() >> 8);
-    header[1] = static_cast<char>(payload.size() & 0xFF);
-    return header + payload;
+    return std::string{static_cast<char>(payload.size() >> 8),
+                       static_cast<char>(payload.size() & 0xFF)} +
+           payload;
 }
 
 std::string bytesOf(size_t size, char seed)
@@ -128,16 +130,14 @@ TEST(CommMessage, HeaderIsTheBigEndianPayloadSizeRightBeforeThePayload)
     EXPECT_EQ(0x00, empty->getFrame()[0]);
     EXPECT_EQ(0x00, empty->getFrame()[1]);
     EXPECT_EQ(0u, empty->getSize());
-}
 
-TEST(CommMessage, WritesPastTheCapacityFailAndKeepWhatWasWritten)
-{
-    std::shared_ptr<CommMessage> m = CommMessage::create(6);
-    EXPECT_TRUE(m->addU32(0x01020304));
-    EXPECT_FALSE(m->addU32(0x05060708));
-    EXPECT_FALSE(m->ok());
-    EXPECT_EQ(4u, m->getSize());
-    Kapi::Stream::BufferReader reader(m->getPayload(), m->getSize());
+    // Writes past the capacity fail and keep what was written.
+    std::shared_ptr<CommMessage> small = CommMessage::create(6);
+    EXPECT_TRUE(small->addU32(0x01020304));
+    EXPECT_FALSE(small->addU32(0x05060708));
+    EXPECT_FALSE(small->ok());
+    EXPECT_EQ(4u, small->getSize());
+    Kapi::Stream::BufferReader reader(small->getPayload(), small->getSize());
     EXPECT_EQ(0x01020304u, reader.getU32());
 }
 
@@ -159,49 +159,38 @@ TEST(CommMessage, PayloadsThatTheLengthFieldCannotCarryAreRefusedWithAClearError
 
 TEST(MessageFraming, EachFrameGoesOutInOneWriteWithMoreFollowsOnAllButTheLast)
 {
-    auto lower = std::make_shared<ScriptedConnection>();
-    Received received;
-    auto framing = MessageConnection::create(lower, &received);
-    lower->writeBudget = 0; // not writable yet: the three frames queue up
-    framing->send(message(std::string(300, 'a')));
-    framing->send(message(""));
-    framing->send(message("xyz"));
-    lower->giveBudget(0xFFFFFF);
-
-    ASSERT_EQ(3u, lower->writes.size());
-    EXPECT_EQ(frameOf(std::string(300, 'a')), lower->writes[0].bytes);
-    EXPECT_EQ(std::string("\x01\x2C", 2), lower->writes[0].bytes.substr(0, 2));
-    EXPECT_EQ(std::string("\x00\x00", 2), lower->writes[1].bytes);
-    EXPECT_EQ(frameOf("xyz"), lower->writes[2].bytes);
-    EXPECT_EQ(0x8000, lower->writes[0].flags);
-    EXPECT_EQ(0x8000, lower->writes[1].flags);
-    EXPECT_EQ(0, lower->writes[2].flags);
+    Framing f;
+    f.lower->writeBudget = 0; // not writable yet: the three frames queue up
+    f.framing->send(message(std::string(300, 'a')));
+    f.framing->send(message(""));
+    f.framing->send(message("xyz"));
+    f.lower->giveBudget(0xFFFFFF);
+    EXPECT_EQ(f.lower->writes, (std::vector<std::pair<std::string, int>>{
+                                   {std::string("\x01\x2C", 2) + std::string(300, 'a'), 0x8000},
+                                   {std::string("\x00\x00", 2), 0x8000},
+                                   {frameOf("xyz"), 0}}));
 }
 
 TEST(MessageFraming, AWriteCutShortResumesAtTheExactByte)
 {
-    auto lower = std::make_shared<ScriptedConnection>();
-    Received received;
-    auto framing = MessageConnection::create(lower, &received);
+    Framing f;
     const std::string first = bytesOf(1000, 1);
     const std::string second = bytesOf(777, 2);
-    lower->writeBudget = 1;
-    framing->send(message(first));
-    framing->send(message(second));
+    f.lower->writeBudget = 1;
+    f.framing->send(message(first));
+    f.framing->send(message(second));
     // Budgets chosen to cut inside the header, inside the payload and across the frames.
-    for (unsigned budget : {1u, 500u, 498u, 3u, 100u, 1000u}) {
-        lower->giveBudget(budget);
-    }
-    EXPECT_EQ(frameOf(first) + frameOf(second), lower->sent);
+    for (unsigned budget : {1u, 500u, 498u, 3u, 100u, 1000u})
+        f.lower->giveBudget(budget);
     // Every attempt starts where the previous accepted bytes ended.
-    size_t offset = 0;
     const std::string stream = frameOf(first) + frameOf(second);
-    for (const ScriptedConnection::Write& w : lower->writes) {
-        EXPECT_EQ(stream.substr(offset, w.bytes.size()), w.bytes);
-        offset += w.bytes.size();
+    EXPECT_EQ(stream, f.lower->sent);
+    size_t offset = 0;
+    for (const auto& write : f.lower->writes) {
+        EXPECT_EQ(stream.substr(offset, write.first.size()), write.first);
+        offset += write.first.size();
     }
-    EXPECT_EQ(stream.size(), offset);
-    EXPECT_EQ(0u, std::static_pointer_cast<MessageConnection>(framing)->queuedCount());
+    EXPECT_EQ(0u, f.queued());
 }
 
 TEST(MessageFraming, FramesCutAtEveryPositionAreDeliveredWholeAndInOrder)
@@ -211,51 +200,42 @@ TEST(MessageFraming, FramesCutAtEveryPositionAreDeliveredWholeAndInOrder)
     for (const std::string& p : payloads)
         stream += frameOf(p);
     for (size_t piece : {size_t(1), size_t(2), size_t(3), size_t(7), stream.size()}) {
-        auto lower = std::make_shared<ScriptedConnection>();
-        Received received;
-        auto framing = MessageConnection::create(lower, &received);
-        lower->incoming = stream;
-        lower->readPiece = piece;
-        auto* asListener = static_cast<IConnection::Listener*>(
-            std::static_pointer_cast<MessageConnection>(framing).get());
+        Framing f;
+        f.lower->incoming = stream;
+        f.lower->readPiece = piece;
         // One read-ready per arrival, as an edge-triggered socket reports them.
-        for (size_t round = 0; lower->readPos < stream.size() && round < stream.size(); ++round)
-            asListener->readReady();
-        EXPECT_EQ(payloads, received.payloads) << "piece " << piece;
+        for (size_t round = 0; f.lower->readPos < stream.size() && round < stream.size(); ++round)
+            f.asListener->readReady();
+        EXPECT_EQ(payloads, f.payloads) << "piece " << piece;
     }
 }
 
 TEST(MessageFraming, TheEndDropsQueuedAndPartialMessagesAndNothingGoesOutAfterwards)
 {
-    auto lower = std::make_shared<ScriptedConnection>();
-    Received received;
-    auto framing = MessageConnection::create(lower, &received);
-    auto* asListener = static_cast<IConnection::Listener*>(
-        std::static_pointer_cast<MessageConnection>(framing).get());
-    asListener->connected();
-    EXPECT_EQ(1, received.connects);
-
-    lower->writeBudget = 0;
-    framing->send(message("pending"));
-    lower->incoming = std::string("\x00\x05hel", 5); // a frame that never completes
-    asListener->readReady();
-    EXPECT_TRUE(received.payloads.empty());
+    Framing f;
+    f.asListener->connected();
+    EXPECT_EQ(1, f.connects);
+    f.lower->writeBudget = 0;
+    f.framing->send(message("pending"));
+    f.lower->incoming = std::string("\x00\x05hel", 5); // a frame that never completes
+    f.asListener->readReady();
+    EXPECT_TRUE(f.payloads.empty());
 
     unsigned int port = 0;
-    EXPECT_TRUE(framing->getUInt32Property(LINK_REMOTE_PORT, &port));
+    EXPECT_TRUE(f.framing->getUInt32Property(LINK_REMOTE_PORT, &port));
     EXPECT_EQ(4242u, port);
 
-    framing->close(); // the scripted stream reports the end at once
-    EXPECT_EQ(1, lower->closes);
-    EXPECT_EQ(1, received.disconnects);
-    EXPECT_EQ(nullptr, lower->getListener());
-    EXPECT_EQ(0u, std::static_pointer_cast<MessageConnection>(framing)->queuedCount());
-    EXPECT_FALSE(framing->getUInt32Property(LINK_REMOTE_PORT, &port));
+    f.framing->close(); // the scripted stream reports the end at once
+    EXPECT_EQ(1, f.lower->closes);
+    EXPECT_EQ(1, f.disconnects);
+    EXPECT_EQ(nullptr, f.lower->getListener());
+    EXPECT_EQ(0u, f.queued());
+    EXPECT_FALSE(f.framing->getUInt32Property(LINK_REMOTE_PORT, &port));
 
-    const size_t attemptsBefore = lower->attempts.size();
-    framing->send(message("late"));
-    framing->close();
-    EXPECT_EQ(attemptsBefore, lower->attempts.size());
-    EXPECT_EQ(1, lower->closes);
-    EXPECT_EQ(1, received.disconnects);
+    const int attemptsBefore = f.lower->attempts;
+    f.framing->send(message("late"));
+    f.framing->close();
+    EXPECT_EQ(attemptsBefore, f.lower->attempts);
+    EXPECT_EQ(1, f.lower->closes);
+    EXPECT_EQ(1, f.disconnects);
 }

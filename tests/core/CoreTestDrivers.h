@@ -8,6 +8,7 @@
 #include "core/Drivers.h"
 #include "support/LogCapture.h"
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -16,6 +17,13 @@
 #include <vector>
 
 namespace CoreTest {
+
+// Stores `value` in `*out` and reports success, for the drivers' getters.
+template <typename T, typename V> int32 handOut(T* out, V value)
+{
+    *out = value;
+    return KELO::SUCCESS;
+}
 
 class FakeSettings : public KELO::Settings
 {
@@ -32,16 +40,8 @@ public:
 class FakeSystemDriver : public KELO::SystemDriver
 {
 public:
-    int32 GetSettings(KELO::Settings** settings) override
-    {
-        *settings = &mSettings;
-        return KELO::SUCCESS;
-    }
-    bool getUID(std::string& uid) override
-    {
-        uid = "TESTUID";
-        return true;
-    }
+    int32 GetSettings(KELO::Settings** settings) override { return handOut(settings, &mSettings); }
+    bool getUID(std::string& uid) override { return handOut(&uid, "TESTUID") == KELO::SUCCESS; }
     std::string getSoftwareVersion() const override { return "test 1.0"; }
     int getSystemMemoryKB() const override { return 512000; }
     std::string getTempPath() const override { return "/tmp"; }
@@ -73,31 +73,15 @@ public:
     int32 AddListener(void*, KELO::DisplayListener*, int) override { return KELO::SUCCESS; }
     int32 RemoveListener(KELO::DisplayListener*) override { return KELO::SUCCESS; }
     int32 SetVideoMode(const VideoMode&) override { return KELO::SUCCESS; }
-    int32 GetVideoMode(VideoMode* mode) override
-    {
-        *mode = VideoMode{};
-        return KELO::SUCCESS;
-    }
+    int32 GetVideoMode(VideoMode* mode) override { return handOut(mode, VideoMode{}); }
     int32 SetAudioMode(const AudioMode&) override { return KELO::SUCCESS; }
-    int32 GetAudioMode(AudioMode* mode) override
-    {
-        *mode = AudioMode{};
-        return KELO::SUCCESS;
-    }
-    int32 GetMonitorInfo(HDMISetupInfo* info) override
-    {
-        *info = HDMISetupInfo{};
-        return KELO::SUCCESS;
-    }
+    int32 GetAudioMode(AudioMode* mode) override { return handOut(mode, AudioMode{}); }
+    int32 GetMonitorInfo(HDMISetupInfo* info) override { return handOut(info, HDMISetupInfo{}); }
     int32 EnableConnectors(bool, int) override { return KELO::SUCCESS; }
     int32 EnableCopyProtection(bool, CopyProtectionStandard) override { return KELO::SUCCESS; }
     int32 EnableWatermarking(bool, unsigned) override { return KELO::NOT_SUPPORTED; }
     int32 SetAudioDelay(int) override { return KELO::SUCCESS; }
-    int32 GetAudioDelay(int* delay) override
-    {
-        *delay = 0;
-        return KELO::SUCCESS;
-    }
+    int32 GetAudioDelay(int* delay) override { return handOut(delay, 0); }
     int32 EnableVideoEnhancementsBypass(bool, const VideoEnhancementsBypassRegion&) override
     {
         return KELO::NOT_SUPPORTED;
@@ -110,22 +94,14 @@ public:
     int GetCapabilities() const override { return 0; }
     int32 GetGraphics(KELO::Graphics**) override { return KELO::NOT_SUPPORTED; }
     int32 GetMixer(KELO::Mixer**) override { return KELO::NOT_SUPPORTED; }
-    int32 GetDisplay(KELO::Display** display) override
+    int32 GetDisplay(KELO::Display** out) override
     {
-        if (!hasDisplay)
-            return KELO::FAILURE;
-        *display = &mDisplay;
-        return KELO::SUCCESS;
+        return hasDisplay ? handOut(out, &mDisplay) : KELO::FAILURE;
     }
-    int32 GetPlayer(KELO::MediaPlayer** player) override
-    {
-        *player = &mPlayer;
-        return KELO::SUCCESS;
-    }
+    int32 GetPlayer(KELO::MediaPlayer** player) override { return handOut(player, &mPlayer); }
     int32 GetCA(KELO::CA**) override { return KELO::NOT_SUPPORTED; }
 
     KELO::Display* display() { return &mDisplay; }
-    KELO::MediaPlayer* player() { return &mPlayer; }
 
     bool hasDisplay = true;
 
@@ -171,14 +147,16 @@ public:
     FakeUserInputDriver inputDriver;
 };
 
-// Records every call as one text line.
+// Records every call as one text line. add() answers true, so that a fake can record a call and
+// report success in one step.
 class CallLog
 {
 public:
-    void add(const std::string& call)
+    bool add(const std::string& call)
     {
         std::lock_guard<std::mutex> lock(mMutex);
         mCalls.push_back(call);
+        return true;
     }
     std::vector<std::string> calls() const
     {
@@ -187,10 +165,8 @@ public:
     }
     size_t count(const std::string& call) const
     {
-        size_t n = 0;
-        for (const std::string& c : calls())
-            n += c == call ? 1 : 0;
-        return n;
+        const std::vector<std::string> all = calls();
+        return static_cast<size_t>(std::count(all.begin(), all.end(), call));
     }
 
 private:
@@ -202,11 +178,7 @@ class FakeScreen : public KELO::ScreenLink
 {
 public:
     explicit FakeScreen(CallLog& log) : mLog(log) {}
-    bool create() override
-    {
-        mLog.add("screen.create");
-        return true;
-    }
+    bool create() override { return mLog.add("screen.create"); }
     void setOverscan(int32 top, int32 left, int32 bottom, int32 right) override
     {
         mLog.add("screen.setOverscan " + std::to_string(top) + " " + std::to_string(left) + " " +
@@ -214,8 +186,7 @@ public:
     }
     bool takeScreenshot(const std::string& path) override
     {
-        mLog.add("screen.takeScreenshot " + path);
-        return true;
+        return mLog.add("screen.takeScreenshot " + path);
     }
     void close() override { mLog.add("screen.close"); }
 
@@ -244,31 +215,26 @@ public:
     }
     bool initialize(KELO::ScreenLink* screen) override
     {
-        log.add(screen != nullptr ? "engine.initialize screen" : "engine.initialize");
-        return true;
+        return log.add(screen != nullptr ? "engine.initialize screen" : "engine.initialize");
     }
     void shutdown() override { log.add("engine.shutdown"); }
     void restart() override { log.add("engine.restart"); }
-    void doTestControllerCommand(const std::string& subcommand) override
+    void doTestControllerCommand(const std::string& word) override
     {
-        log.add("engine.testcontroller " + subcommand);
+        log.add("engine.testcontroller " + word);
     }
     void returnToOldWorld() override { log.add("engine.returnToOldWorld"); }
 
     // Sends a core event the way a script would (false when no handler is registered).
     bool sendCoreEvent(const KELO::Core::Event& event)
     {
-        CoreEventHandler handler;
-        void* context;
-        {
-            std::lock_guard<std::mutex> lock(mMutex);
-            handler = mHandler;
-            context = mContext;
-        }
-        if (handler == nullptr)
-            return false;
-        handler(event, context);
-        return true;
+        std::unique_lock<std::mutex> lock(mMutex);
+        CoreEventHandler handler = mHandler;
+        void* context = mContext;
+        lock.unlock();
+        if (handler != nullptr)
+            handler(event, context);
+        return handler != nullptr;
     }
 
     CallLog log;
@@ -292,29 +258,12 @@ public:
     {
         std::lock_guard<std::mutex> lock(mMutex);
         mCountry = country;
-        log.add("provisioning.setCountry " + country);
-        return true;
+        return log.add("provisioning.setCountry " + country);
     }
-    bool unprovision() override
-    {
-        log.add("provisioning.unprovision");
-        return unprovisionResult;
-    }
-    bool generateHwId() override
-    {
-        log.add("provisioning.generateHwId");
-        return true;
-    }
-    bool corruptProvisioning() override
-    {
-        log.add("provisioning.corrupt");
-        return corruptResult;
-    }
-    bool setDeactivateFlag() override
-    {
-        log.add("provisioning.setDeactivateFlag");
-        return true;
-    }
+    bool unprovision() override { return log.add("provisioning.unprovision") && unprovisionResult; }
+    bool generateHwId() override { return log.add("provisioning.generateHwId"); }
+    bool corruptProvisioning() override { return log.add("provisioning.corrupt") && corruptResult; }
+    bool setDeactivateFlag() override { return log.add("provisioning.setDeactivateFlag"); }
 
     CallLog log;
     bool unprovisionResult = true;

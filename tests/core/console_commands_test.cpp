@@ -97,7 +97,7 @@ TEST(ConsoleCommands, RegistryReportsUnknownAndFailedCommands)
               "connection.error: Failed to execute command 'testcontroller' with args ''");
 }
 
-TEST(ConsoleCommands, PostSystemEventNeedsSourceAndType)
+TEST(ConsoleCommands, PostSystemEventNeedsSourceAndTypeAndJoinsTheRemainingWords)
 {
     CapturingDispatcher dispatcher;
     LogCapture capture(VLOGSRC_CONNECTION, VLOG_ERROR);
@@ -108,11 +108,7 @@ TEST(ConsoleCommands, PostSystemEventNeedsSourceAndType)
     ASSERT_GE(lines.size(), 1u);
     EXPECT_EQ(lines[0],
               "connection.error: usage: postSystemEvent source type [ k1=v1;k2=v2;kn=vn ]");
-}
 
-TEST(ConsoleCommands, PostSystemEventJoinsTheRemainingWords)
-{
-    CapturingDispatcher dispatcher;
     EXPECT_TRUE(run("postSystemEvent", {"player", "stateChanged"}));
     EXPECT_TRUE(run("postSystemEvent", {"notify", "x", "a=1", "b=two"}));
     // Words are joined with ';' first, so one word may carry several pairs and a later word
@@ -175,7 +171,7 @@ TEST(ConsoleCommands, MissingSubsystemsFailWithAReason)
     EXPECT_TRUE(has("connection.error: Failed to execute command 'screenshot' with args ''"));
 }
 
-TEST(ConsoleCommands, UnprovisionDisconnectsOnlyAfterSuccess)
+TEST(ConsoleCommands, ProvisioningCommandsReportTheStoreResult)
 {
     ClearedLinks links;
     FakeProvisioning provisioning;
@@ -193,13 +189,8 @@ TEST(ConsoleCommands, UnprovisionDisconnectsOnlyAfterSuccess)
     provisioning.unprovisionResult = true;
     EXPECT_TRUE(run("resetHwId", {}));
     EXPECT_EQ(provisioning.log.count("provisioning.generateHwId"), 1u);
-}
 
-TEST(ConsoleCommands, CorruptProvisioningLogsAndReportsTheStoreResult)
-{
-    ClearedLinks links;
-    FakeProvisioning provisioning;
-    KELO::CoreLinks::setProvisioning(&provisioning);
+    // corruptProvisioning logs and reports the store's result.
     LogCapture capture(VLOGSRC_SETTINGS, VLOG_INFO);
     EXPECT_TRUE(run("corruptProvisioning", {}));
     provisioning.corruptResult = false;
@@ -210,7 +201,7 @@ TEST(ConsoleCommands, CorruptProvisioningLogsAndReportsTheStoreResult)
                                   "settings.info: Corrupting the provisioning data on purpose"}));
 }
 
-TEST(ConsoleCommands, ScreenshotAndStopGoToTheRunningApplication)
+TEST(ConsoleCommands, ScreenshotStopAndRestartGoToTheRunningApplication)
 {
     ClearedLinks links;
     ScreenshotApplication application;
@@ -230,17 +221,12 @@ TEST(ConsoleCommands, ScreenshotAndStopGoToTheRunningApplication)
                                         "/tmp/shot.png"}));
     // With the application gone the commands fail.
     EXPECT_FALSE(registry.execute("systemRestart", {}));
-}
 
-TEST(ConsoleCommands, SystemRestartEndsTheLoopWithTheRestartResult)
-{
-    KELO::UICore::Application application;
-    int result = -1;
-    std::thread ui([&] { result = application.main(); });
+    // systemRestart ends the loop with the restart result.
+    KELO::UICore::Application plain;
+    std::thread again([&] { result = plain.main(); });
     ASSERT_TRUE(CoreTest::eventually([] { return KELO::UICore::Application::isRunning(); }));
-    KELO::ConsoleCommandRegistry registry;
-    fill(registry);
     EXPECT_TRUE(registry.execute("systemRestart", {}));
-    ui.join();
+    again.join();
     EXPECT_EQ(result, 1);
 }

@@ -18,23 +18,21 @@ TEST(CoreEvent, NamedEventListsItsArgumentsInKeyOrder)
     EXPECT_EQ(Core::Event("n", Core::EventArgs{{"a", ""}, {"B", "v"}}).toString(), "n(B=v, a=)");
 }
 
-TEST(CoreEvent, FixedKindsPrintTheirNamesAndOthersTheirNumber)
+TEST(CoreEvent, FixedKindsPrintTheirNamesAndCommandArgsJoinWithSemicolons)
 {
-    EXPECT_EQ(Core::Event(1).toString(), "EVENT_USER_REQUESTED_QUIT");
-    EXPECT_EQ(Core::Event(2).toString(), "EVENT_USER_IS_IDLE");
-    EXPECT_EQ(Core::Event(3).toString(), "EVENT_CUSTOM_USER_IDLE_TIMEOUT");
-    EXPECT_EQ(Core::Event(4).toString(), "EVENT_USER_REQUESTED_GOTO_NETWORK_CONFIG");
-    EXPECT_EQ(Core::Event(5).toString(), "5");
-    EXPECT_EQ(Core::Event(0).toString(), "0");
-    EXPECT_EQ(Core::Event(-3).toString(), "-3");
+    const std::pair<int, const char*> kinds[] = {{1, "EVENT_USER_REQUESTED_QUIT"},
+                                                 {2, "EVENT_USER_IS_IDLE"},
+                                                 {3, "EVENT_CUSTOM_USER_IDLE_TIMEOUT"},
+                                                 {4, "EVENT_USER_REQUESTED_GOTO_NETWORK_CONFIG"},
+                                                 {5, "5"},
+                                                 {0, "0"},
+                                                 {-3, "-3"}};
+    for (const auto& [kind, text] : kinds)
+        EXPECT_EQ(Core::Event(kind).toString(), text);
     // A fixed kind ignores a name it happens to carry.
     Core::Event idle(2);
     idle.name = "ignored";
     EXPECT_EQ(idle.toString(), "EVENT_USER_IS_IDLE");
-}
-
-TEST(CoreEvent, CommandArgsJoinWithSemicolons)
-{
     EXPECT_EQ(Core::CommandArgs().toString(), "");
     EXPECT_EQ((Core::CommandArgs{{"b", "2"}, {"a", "1"}}).toString(), "a=1;b=2");
     EXPECT_EQ((Core::CommandArgs{{"only", ""}}).toString(), "only=");

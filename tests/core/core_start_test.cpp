@@ -62,23 +62,16 @@ std::vector<std::string> coreLines(const LogCapture& capture)
     return result;
 }
 
-std::vector<std::string> earlyPass()
-{
-    return {"Init: SettingsHelper->start()", "Init: SettingsHelper->stop()"};
-}
+const std::vector<std::string> kEarlyPass = {"Init: SettingsHelper->start()",
+                                             "Init: SettingsHelper->stop()"};
 
-std::vector<std::string> starts(std::vector<std::string> order)
+// The runner's lines for starting `order`, or for stopping it (in reverse).
+std::vector<std::string> initCalls(std::vector<std::string> order, bool start)
 {
+    if (!start)
+        std::reverse(order.begin(), order.end());
     for (std::string& name : order)
-        name = "Init: " + name + "->start()";
-    return order;
-}
-
-std::vector<std::string> stops(std::vector<std::string> order)
-{
-    std::reverse(order.begin(), order.end());
-    for (std::string& name : order)
-        name = "Init: " + name + "->stop()";
+        name = "Init: " + name + (start ? "->start()" : "->stop()");
     return order;
 }
 
@@ -106,6 +99,17 @@ public:
     void Callback(const Core::Event& event) override { events.add(event.toString()); }
     CoreTest::CallLog events;
 };
+
+// Every test starts with empty links and the three required drivers registered.
+class CoreTestBase : public ::testing::Test
+{
+protected:
+    ClearedLinks links;
+    RegisteredDrivers drivers;
+};
+using CoreStart = CoreTestBase;
+using CoreCountry = CoreTestBase;
+using CoreConsole = CoreTestBase;
 
 } // namespace
 
@@ -158,7 +162,7 @@ TEST(CoreConfig, InvalidTextKeepsOnlyTheForcedOptionsAndEveryStartFails)
     EXPECT_EQ(lines[3], "app.error: Failed to start becase the config is invalid.");
 }
 
-TEST(CoreStart, EachMissingRequiredDriverFailsTheStart)
+TEST(CoreRequiredDrivers, EachMissingOneFailsTheStart)
 {
     ClearedLinks links;
     struct Case
@@ -180,10 +184,8 @@ TEST(CoreStart, EachMissingRequiredDriverFailsTheStart)
     }
 }
 
-TEST(CoreStart, ServicesStartInOrderAndStopInExactReverse)
+TEST_F(CoreStart, ServicesStartInOrderAndStopInExactReverse)
 {
-    ClearedLinks links;
-    RegisteredDrivers drivers;
     Core core("[locale]\ncountry = de\n");
     const std::vector<std::string>& order = KeloTest::documentedStartOrder();
 
@@ -197,10 +199,10 @@ TEST(CoreStart, ServicesStartInOrderAndStopInExactReverse)
     const std::vector<std::string> started = coreLines(startCapture);
     const std::vector<std::string> expectedStart = concat(
         {{"STBCoreDetail: country was specified in config. Use it (de)", "STBCoreDetail::start()"},
-         earlyPass(),
+         kEarlyPass,
          {"STBCoreDetail::resourcesAllocate_i()", "Creating init node", "Creating init",
           "Starting init with config:"},
-         starts(order),
+         initCalls(order, true),
          {"Starting connection.",
           "No service connection in this build (hardware id ''); the core keeps the console "
           "commands",
@@ -221,7 +223,7 @@ TEST(CoreStart, ServicesStartInOrderAndStopInExactReverse)
           "STBCoreDetail::joinAndFree_i() freeing resources", "STBCoreDetail::resourcesFree_i()",
           "Requesting all CurlAsync::perform calls to return", "Stopping connection",
           "Shutting down client connection", "Stopping init"},
-         stops(order),
+         initCalls(order, false),
          {"Init stopped", "STBCoreDetail::resourcesFree_i() done", "CoreRestarter stop",
           "CoreRestarter stop complete"}});
     EXPECT_EQ(coreLines(stopCapture), expectedStop);
@@ -235,10 +237,8 @@ TEST(CoreStart, ServicesStartInOrderAndStopInExactReverse)
                                                          "app.info: CoreRestarter stop complete"}));
 }
 
-TEST(CoreStart, SecondStartOnlyUpdatesTheLaunchCommand)
+TEST_F(CoreStart, SecondStartOnlyUpdatesTheLaunchCommand)
 {
-    ClearedLinks links;
-    RegisteredDrivers drivers;
     CoreTest::FakeScriptEngine engine;
     KELO::CoreLinks::setScriptEngine(&engine);
     Core core("[locale]\ncountry = de\n");
@@ -265,10 +265,8 @@ TEST(CoreStart, SecondStartOnlyUpdatesTheLaunchCommand)
     EXPECT_EQ(KELO::gRestartData.args.toString(), "b=2");
 }
 
-TEST(CoreStart, DriversCannotChangeWhileRunning)
+TEST_F(CoreStart, DriversCannotChangeWhileRunning)
 {
-    ClearedLinks links;
-    RegisteredDrivers drivers;
     CoreTest::FakeSystemDriver other;
     Core core("[locale]\ncountry = de\n");
     ASSERT_TRUE(core.start("movies", {}));
@@ -288,10 +286,8 @@ TEST(CoreStart, DriversCannotChangeWhileRunning)
     EXPECT_TRUE(core.unregisterUpdateDriver());
 }
 
-TEST(CoreStart, FailingServiceOrDisplayLeavesEverythingStoppedAndStartable)
+TEST_F(CoreStart, FailingServiceOrDisplayLeavesEverythingStoppedAndStartable)
 {
-    ClearedLinks links;
-    RegisteredDrivers drivers;
     SwitchableNode extra;
     Kapi::Init::InitNode* extras[] = {&extra};
     Core core("[locale]\ncountry = de\n");
@@ -307,9 +303,9 @@ TEST(CoreStart, FailingServiceOrDisplayLeavesEverythingStoppedAndStartable)
         EXPECT_FALSE(core.start("movies", {}));
         EXPECT_FALSE(core.isRunning());
         EXPECT_EQ(countText(capture, "Failed to start Core components."), 1u);
-        std::vector<std::string> tried = starts(order);
+        std::vector<std::string> tried = initCalls(order, true);
         tried.push_back("Init: ExtraNode->start()");
-        EXPECT_EQ(initLines(capture), concat({earlyPass(), tried, stops(order)}));
+        EXPECT_EQ(initLines(capture), concat({kEarlyPass, tried, initCalls(order, false)}));
     }
     {
         extra.succeed = true;
@@ -324,7 +320,7 @@ TEST(CoreStart, FailingServiceOrDisplayLeavesEverythingStoppedAndStartable)
     ASSERT_TRUE(core.start("movies", {}));
     order.push_back("ExtraNode");
     order.push_back("kelo-app-init-node");
-    EXPECT_EQ(initLines(capture), concat({earlyPass(), starts(order)}));
+    EXPECT_EQ(initLines(capture), concat({kEarlyPass, initCalls(order, true)}));
 
     LogCapture refused(VLOGSRC_APP, VLOG_ERROR);
     detail->setExtraDependencies(nullptr, 0);
@@ -336,10 +332,8 @@ TEST(CoreStart, FailingServiceOrDisplayLeavesEverythingStoppedAndStartable)
     EXPECT_EQ(detail->getDepCount(), 13u);
 }
 
-TEST(CoreCountry, EmptyCountryBecomesUsaAndAGivenOneStays)
+TEST_F(CoreCountry, EmptyCountryBecomesUsaAndAGivenOneStays)
 {
-    ClearedLinks links;
-    RegisteredDrivers drivers;
     {
         Core core("");
         LogCapture capture(VLOGSRC_APP, VLOG_INFO);
@@ -361,10 +355,8 @@ TEST(CoreCountry, EmptyCountryBecomesUsaAndAGivenOneStays)
     core.stop();
 }
 
-TEST(CoreCountry, CountryEventWithoutAutoIsStoredButRestartsNothing)
+TEST_F(CoreCountry, CountryEventWithoutAutoIsStoredAndPostedEventsReachTheUi)
 {
-    ClearedLinks links;
-    RegisteredDrivers drivers;
     CoreTest::FakeScriptEngine engine;
     CoreTest::FakeProvisioning provisioning;
     KELO::CoreLinks::setScriptEngine(&engine);
@@ -383,58 +375,41 @@ TEST(CoreCountry, CountryEventWithoutAutoIsStoredButRestartsNothing)
     EXPECT_EQ(provisioning.log.calls(), (std::vector<std::string>{"provisioning.setCountry "}));
     EXPECT_EQ(listener.events.calls(),
               (std::vector<std::string>{"EVENT_USER_REQUESTED_QUIT", "newPlaybackSession(id=7)"}));
+
+    // Posted events reach the UI as system events.
+    LogCapture posts(VLOGSRC_APP, VLOG_INFO);
+    core.post(Core::Event("x", {{"b", "2"}, {"a", "1"}}));
+    core.post(Core::Event(2)); // the kind is not carried: an empty type
+    core.setOEMScreenSaverState(true);
     core.stop();
+    std::vector<std::string> posted;
+    for (const std::string& line : posts.summary()) {
+        if (line.find("postSystemEvent(") != std::string::npos)
+            posted.push_back(line);
+    }
+    ASSERT_EQ(posted.size(), 3u);
+    EXPECT_EQ(posted[0], "app.info: postSystemEvent(s=coreEvent, t=x, p=a=1;b=2)");
+    EXPECT_EQ(posted[1], "app.info: postSystemEvent(s=coreEvent, t=, p=)");
+    EXPECT_EQ(posted[2].rfind("app.info: postSystemEvent(s=screensaver, t=stateChanged, p=on=", 0),
+              0u);
     core.setEventListener(nullptr);
     // The handler was taken back from the script engine at stop.
     EXPECT_FALSE(engine.sendCoreEvent(Core::Event(2)));
 }
 
-TEST(CoreEvents, PostedEventsReachTheUiAsSystemEvents)
+TEST_F(CoreConsole, CommandsExistWhileRunningAndRestartOrStopTheUi)
 {
-    ClearedLinks links;
-    RegisteredDrivers drivers;
-    Core core("[locale]\ncountry = de\n");
-    ASSERT_TRUE(core.start("movies", {}));
-    LogCapture capture(VLOGSRC_APP, VLOG_INFO);
-    core.post(Core::Event("x", {{"b", "2"}, {"a", "1"}}));
-    core.post(Core::Event(2)); // the kind is not carried: an empty type
-    core.setOEMScreenSaverState(true);
-    core.stop();
-    std::vector<std::string> lines;
-    for (const std::string& line : capture.summary()) {
-        if (line.find("postSystemEvent(") != std::string::npos)
-            lines.push_back(line);
-    }
-    ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[0], "app.info: postSystemEvent(s=coreEvent, t=x, p=a=1;b=2)");
-    EXPECT_EQ(lines[1], "app.info: postSystemEvent(s=coreEvent, t=, p=)");
-    EXPECT_EQ(lines[2].rfind("app.info: postSystemEvent(s=screensaver, t=stateChanged, p=on=", 0),
-              0u);
-}
-
-TEST(CoreConsole, CommandsExistOnlyWhileRunning)
-{
-    ClearedLinks links;
-    RegisteredDrivers drivers;
     Core core("[locale]\ncountry = de\n");
     EXPECT_TRUE(core.consoleCommandNames().empty());
     EXPECT_FALSE(core.executeConsoleCommand("systemStop", {}));
+    LogCapture capture(VLOG_INFO);
     ASSERT_TRUE(core.start("movies", {}));
     const std::vector<std::string> names = core.consoleCommandNames();
     ASSERT_EQ(names.size(), 12u);
     EXPECT_EQ(names.front(), "returnToOldWorld");
     EXPECT_EQ(names.back(), "testcontroller");
-    core.stop();
-    EXPECT_TRUE(core.consoleCommandNames().empty());
-}
 
-TEST(CoreConsole, SystemRestartRunsTheUiAgainAndSystemStopEndsIt)
-{
-    ClearedLinks links;
-    RegisteredDrivers drivers;
-    Core core("[locale]\ncountry = de\n");
-    LogCapture capture(VLOG_INFO);
-    ASSERT_TRUE(core.start("movies", {}));
+    // systemRestart runs the UI again and systemStop ends it.
     ASSERT_TRUE(eventually([] { return KELO::UICore::Application::isRunning(); }));
     EXPECT_TRUE(core.executeConsoleCommand("systemRestart", {}));
     ASSERT_TRUE(
@@ -446,4 +421,5 @@ TEST(CoreConsole, SystemRestartRunsTheUiAgainAndSystemStopEndsIt)
     EXPECT_TRUE(core.isRunning());
     core.stop();
     EXPECT_EQ(countText(capture, "Init: kelo-app-init-node->stop()"), 1u);
+    EXPECT_TRUE(core.consoleCommandNames().empty());
 }

@@ -121,7 +121,7 @@ TEST_F(UIApplicationTest, ScreenshotNeedsAScreen)
                                      "app.info: No screen for screenshot."}));
 }
 
-TEST_F(UIApplicationTest, MainThreadRunsTheApplicationAgainAfterARestart)
+TEST_F(UIApplicationTest, MainThreadRunsTheApplicationAgainAfterARestartAndKeepsAnEarlyStop)
 {
     Kapi::vConfig cfg;
     KELO::MainThread thread(drivers.multimediaDriver.display(), cfg, "kelo-app-main",
@@ -141,14 +141,11 @@ TEST_F(UIApplicationTest, MainThreadRunsTheApplicationAgainAfterARestart)
                          "app.info: Application restart requested; running it again"),
               1);
     EXPECT_EQ(lines.back(), "app.info: Application main loop is done with result 0");
-}
 
-TEST_F(UIApplicationTest, StopBeforeTheLoopStartsIsNotLost)
-{
-    Kapi::vConfig cfg;
-    KELO::MainThread thread(drivers.multimediaDriver.display(), cfg, "kelo-app-main",
-                            Kapi::Thread::PRIORITY_NORMAL);
-    thread.stop();
-    thread.start();
-    EXPECT_EQ(thread.join(), 0);
+    // A stop before the loop starts is not lost.
+    KELO::MainThread early(drivers.multimediaDriver.display(), cfg, "kelo-app-main",
+                           Kapi::Thread::PRIORITY_NORMAL);
+    early.stop();
+    early.start();
+    EXPECT_EQ(early.join(), 0);
 }

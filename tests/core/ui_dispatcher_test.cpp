@@ -1,5 +1,6 @@
 // The UI event queues: dispatch order across priorities and delays, cancelling, the loop's
 // result, and ownership of queued events when the loop closes.
+#include "core/UICoreApplication.h"
 #include "core/UIEventDispatcher.h"
 
 #include "core/CoreTestDrivers.h"
@@ -69,7 +70,7 @@ public:
 
 } // namespace
 
-TEST(UIEventDispatcher, HighPriorityOvertakesNormalAndImmediateOvertakesDelayed)
+TEST(UIEventDispatcher, HighPriorityOvertakesNormalImmediateOvertakesDelayedEqualDelaysKeepOrder)
 {
     EventDispatcher dispatcher;
     KELO::UICore::EventHandler base;
@@ -87,14 +88,9 @@ TEST(UIEventDispatcher, HighPriorityOvertakesNormalAndImmediateOvertakesDelayed)
     EXPECT_EQ(trace,
               (std::vector<std::string>{"high-1", "normal-1", "normal-2", "posting",
                                         "high-from-handler", "normal-from-handler", "delayed-0"}));
-}
 
-TEST(UIEventDispatcher, EqualDelaysKeepPostingOrder)
-{
-    EventDispatcher dispatcher;
-    KELO::UICore::EventHandler base;
-    dispatcher.setDefaultHandler(&base);
-    std::vector<std::string> trace;
+    // Equal delays keep the posting order.
+    trace.clear();
     for (int i = 0; i < 5; ++i)
         dispatcher.postDelayedEvent(new TraceEvent(trace, "d" + std::to_string(i)), 20);
     dispatcher.postDelayedEvent(new TraceEvent(trace, "early"), 0);
@@ -126,7 +122,7 @@ TEST(UIEventDispatcher, CancelledAndRepostedEventsStayTheirOwners)
     EXPECT_EQ(deaths, 0);
 }
 
-TEST(UIEventDispatcher, CloseDeletesOnlyTheEventsItOwns)
+TEST(UIEventDispatcher, CloseAndPostsWithoutAnApplicationDeleteOnlyOwnedEvents)
 {
     std::vector<std::string> trace;
     int deaths = 0;
@@ -144,6 +140,12 @@ TEST(UIEventDispatcher, CloseDeletesOnlyTheEventsItOwns)
     }
     EXPECT_TRUE(trace.empty());
     EXPECT_EQ(deaths, 2);
+
+    // With no running application a posted event is deleted at once, unless the caller owns it.
+    KELO::UICore::Application::post(new TraceEvent(trace, "dropped", true, &deaths));
+    KELO::UICore::Application::post(&kept);
+    EXPECT_EQ(deaths, 3);
+    EXPECT_TRUE(trace.empty());
 }
 
 TEST(UIEventDispatcher, RestartResultAndARunAfterIt)

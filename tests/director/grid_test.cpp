@@ -155,7 +155,7 @@ TEST(GridRecords, AnAddressCountPastTheEndFailsTheReader)
     EXPECT_EQ(failed.m_message, "kept");
 }
 
-TEST(GridLogin, TheLoginMessageMatchesPythonAndFitsItsLimit)
+TEST(GridLogin, TheMessageMatchesPythonAndAnswersComeInBothRefusalForms)
 {
     StringWriter writer;
     ASSERT_TRUE(packLoginMessage(&writer, 0x00C0FFEE));
@@ -164,10 +164,8 @@ TEST(GridLogin, TheLoginMessageMatchesPythonAndFitsItsLimit)
                                         "varu32(0)"));
     EXPECT_EQ(hex(writer.str()), "02 01 ee ff c0 00 06 04 06 13 02 00");
     EXPECT_LE(writer.str().size(), kMaxLoginMessageSize);
-}
 
-TEST(GridLogin, AnswersInBothRefusalForms)
-{
+    // Answers, with both forms of the refusal record.
     LogCapture capture(VLOGSRC_P2S_CLIENT, VLOG_DEBUG);
     LoginAnswer answer;
     std::string ok = bytes({0x02, 0x02, 0x44, 0x33, 0x22, 0x11});

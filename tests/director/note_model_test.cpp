@@ -26,7 +26,7 @@ TEST(NoteModel, NamesSortByteWiseAndValuesKeepInsertionOrder)
     EXPECT_EQ(n->get("b", 2), nullptr);
 }
 
-TEST(NoteModel, ValueKindsAndLookupByIndex)
+TEST(NoteModel, ValueKindsLookupByIndexAndExactBooleans)
 {
     NotePtr n = Note::create();
     NotePtr sub = Note::create("o");
@@ -51,11 +51,8 @@ TEST(NoteModel, ValueKindsAndLookupByIndex)
     // A null sub-note is stored as an empty string.
     n->add("nullNote", NotePtr());
     EXPECT_EQ(n->getValueType("nullNote", 0), Note::kStringValue);
-}
 
-TEST(NoteModel, BooleansAreExactlyTrueOrFalse)
-{
-    NotePtr n = Note::create();
+    // Booleans are exactly "true" or "false".
     for (const char* v : {"true", "false", "TRUE", "1", "yes", ""})
         n->add("b", v);
     bool out = false;
@@ -73,7 +70,7 @@ TEST(NoteModel, BooleansAreExactlyTrueOrFalse)
     EXPECT_FALSE(n->getBoolOr("none", 0, false));
 }
 
-TEST(NoteModel, NumbersUseCRulesForTheBaseAndMustBeWhole)
+TEST(NoteModel, NumbersUseCRulesForTheBaseAndMustBeWholeAndDatesBecomeMicroseconds)
 {
     NotePtr n = Note::create();
     for (const char* v : {"0x1F", "010", "12abc", "-7", "2147483648", "4294967295",
@@ -96,20 +93,17 @@ TEST(NoteModel, NumbersUseCRulesForTheBaseAndMustBeWhole)
     NotePtr withNote = Note::create();
     withNote->add("v", Note::create());
     EXPECT_EQ(withNote->getIntOr("v", 0, 6), 6);
-}
 
-TEST(NoteModel, DateTimesConvertToMicroseconds)
-{
-    NotePtr n = Note::create();
+    // Date-times convert to microseconds.
     n->add("when", "2009-02-13 23:31:30");
     n->add("when", "not a date");
-    long long out = 0;
-    ASSERT_TRUE(n->getDateTime("when", 0, &out));
-    EXPECT_EQ(out, 1234567890LL * 1000000);
+    long long micros = 0;
+    ASSERT_TRUE(n->getDateTime("when", 0, &micros));
+    EXPECT_EQ(micros, 1234567890LL * 1000000);
     EXPECT_EQ(n->getDateTimeOr("when", 1, -5), -5);
 }
 
-TEST(NoteModel, RemoveFindsTheIndexedValue)
+TEST(NoteModel, RemoveFindsTheIndexedValueAndDeepCopiesShareNothing)
 {
     NotePtr n = Note::create();
     n->add("a", "0");
@@ -122,13 +116,11 @@ TEST(NoteModel, RemoveFindsTheIndexedValue)
     EXPECT_FALSE(n->remove("c", 0));
     EXPECT_EQ(n->removeAll("a"), 2u);
     EXPECT_EQ(n->getNumNames(), 1u);
-}
 
-TEST(NoteModel, DeepCopySharesNothing)
-{
+    // A deep copy shares nothing.
     NotePtr shared = Note::create("s");
     shared->add("x", "1");
-    NotePtr n = Note::create("top");
+    n = Note::create("top");
     n->add("p", shared);
     n->add("q", shared);
     n->add("r", "text");

@@ -24,17 +24,7 @@ std::string packed(const NotePtr& note)
     return out;
 }
 
-std::vector<std::string> directorLog(const LogCapture& capture)
-{
-    return capture.summary();
-}
-
 } // namespace
-
-TEST(NoteBinary, ContentTypeName)
-{
-    EXPECT_STREQ(Kapi::Director::g_binaryNoteContentType, "application/x-kelo-bin-note");
-}
 
 TEST(NoteBinary, VarUintExamples)
 {
@@ -71,8 +61,9 @@ TEST(NoteBinary, VarUintExamples)
     EXPECT_EQ(out, 0xFFFFFFFFu);
 }
 
-TEST(NoteBinary, DocumentedLayouts)
+TEST(NoteBinary, DocumentedLayoutsAndContentType)
 {
+    EXPECT_STREQ(Kapi::Director::g_binaryNoteContentType, "application/x-kelo-bin-note");
     EXPECT_EQ(hex(packed(Note::create())), "00 00");
     EXPECT_EQ(hex(packed(Note::create("a"))), "01 61 00");
 
@@ -106,6 +97,12 @@ TEST(NoteBinary, RepeatCodesAreTrackedPerNoteLevel)
     NotePtr back = NoteBinary::unpackBytes(data.data(), data.size());
     ASSERT_TRUE(back);
     EXPECT_TRUE(back->equals(*n));
+
+    // An empty first name packs but does not unpack: there is no name to repeat.
+    NotePtr empty = Note::create();
+    empty->add("", "v");
+    EXPECT_EQ(hex(packed(empty)), "00 03 01 76 00");
+    EXPECT_FALSE(NoteBinary::unpackBytes(packed(empty).data(), packed(empty).size()));
 }
 
 TEST(NoteBinary, StringsUpTo65536BytesPassAndLongerAreRefusedBothWays)
@@ -128,7 +125,7 @@ TEST(NoteBinary, StringsUpTo65536BytesPassAndLongerAreRefusedBothWays)
     tooLong += std::string(65537, 'q') + bytes({0x00});
     EXPECT_FALSE(NoteBinary::unpackBytes(tooLong.data(), tooLong.size()));
     EXPECT_EQ(
-        directorLog(capture),
+        capture.summary(),
         (std::vector<std::string>{
             "kapi_director.error: NoteBinary: Try to write 65537 (>65536) bytes for a String",
             "kapi_director.error: NoteBinary: Try to read 65537 (>65536) bytes for a String"}));
@@ -170,15 +167,6 @@ TEST(NoteBinary, MalformedInputIsRefusedWithItsMessage)
             EXPECT_EQ(lines.size(), before);
         }
     }
-}
-
-TEST(NoteBinary, AnEmptyFirstNamePacksButDoesNotUnpack)
-{
-    NotePtr n = Note::create();
-    n->add("", "v");
-    const std::string data = packed(n);
-    EXPECT_EQ(hex(data), "00 03 01 76 00");
-    EXPECT_FALSE(NoteBinary::unpackBytes(data.data(), data.size()));
 }
 
 TEST(NoteBinary, NestingIsBoundedOnBothSides)
@@ -223,7 +211,7 @@ TEST(NoteBinary, TrailingBytesAndTruncationsNeverPass)
     }
 }
 
-TEST(NoteBinary, GeneratedNotesRoundTrip)
+TEST(NoteBinary, GeneratedNotesRoundTripAndAFullBufferFails)
 {
     for (unsigned seed = 1; seed <= 300; ++seed) {
         NoteGenerator generator(seed, Alphabet::Binary);
@@ -234,10 +222,8 @@ TEST(NoteBinary, GeneratedNotesRoundTrip)
         EXPECT_TRUE(back->equals(*n)) << "seed " << seed;
         EXPECT_EQ(packed(back), data) << "seed " << seed;
     }
-}
 
-TEST(NoteBinary, PackIntoAFullBufferFails)
-{
+    // Packing into a full buffer, or packing no note, fails.
     NotePtr n = Note::create("type");
     n->add("name", "value");
     uint8_t area[8];

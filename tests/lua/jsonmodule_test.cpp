@@ -44,7 +44,7 @@ protected:
     LuaTestState m_lua;
 };
 
-TEST_F(JsonModuleTest, ExactEncodings)
+TEST_F(JsonModuleTest, ExactEncodingsAndUnencodableValuesReturnNothingAndWarn)
 {
     EXPECT_EQ(encode("{a = 1}"), "{\"a\":1}");
     EXPECT_EQ(encode("{1, 2, 3}"), "[1,2,3]");
@@ -61,10 +61,8 @@ TEST_F(JsonModuleTest, ExactEncodings)
     EXPECT_EQ(encode("nil"), "null");
     EXPECT_EQ(encode("'top'"), "\"top\"");
     EXPECT_EQ(encode("{[1.5] = 'x', y = 1}").find("\"1.5\":\"x\"") != std::string::npos, true);
-}
 
-TEST_F(JsonModuleTest, UnencodableValuesReturnNothingAndWarn)
-{
+    // Unencodable values return nothing and warn.
     LogCapture capture(VLOGSRC_LUA, VLOG_DEBUG);
     EXPECT_EQ(encode("io.stdout"), "<nothing>");
     EXPECT_EQ(encode("{1, {io.stdout}}"), "<nothing>");
@@ -112,40 +110,27 @@ std::string luaValue(std::mt19937& random, int depth)
     auto pick = [&random](int low, int high) {
         return std::uniform_int_distribution<int>(low, high)(random);
     };
-    switch (pick(0, depth < 4 ? 5 : 3)) {
-    case 0:
-        return std::to_string(pick(-2000000000, 2000000000));
-    case 1:
-        return std::to_string(pick(-1000, 1000)) + "." + std::to_string(pick(0, 7) * 125);
-    case 2: {
-        std::string text = "'";
-        const int length = pick(0, 12);
-        for (int i = 0; i < length; ++i) {
+    auto letters = [&pick](int low, int high) {
+        std::string text;
+        for (int i = pick(low, high); i > 0; --i)
             text += static_cast<char>(pick('a', 'z'));
-        }
-        return text + " !'";
-    }
-    case 3:
+        return text;
+    };
+    const int kind = pick(0, depth < 4 ? 5 : 3);
+    if (kind == 0)
+        return std::to_string(pick(-2000000000, 2000000000));
+    if (kind == 1)
+        return std::to_string(pick(-1000, 1000)) + "." + std::to_string(pick(0, 7) * 125);
+    if (kind == 2)
+        return "'" + letters(0, 12) + " !'";
+    if (kind == 3)
         return pick(0, 1) ? "true" : "false";
-    case 4: {
-        std::string array = "{";
-        for (int i = pick(0, 5); i > 0; --i) {
-            array += luaValue(random, depth + 1) + ",";
-        }
-        return array + "}";
+    std::string table = "{";
+    for (int i = pick(kind == 4 ? 0 : 1, 5); i > 0; --i) {
+        table += kind == 4 ? "" : letters(1, 6) + "=";
+        table += luaValue(random, depth + 1) + ",";
     }
-    default: {
-        std::string object = "{";
-        for (int i = pick(1, 5); i > 0; --i) {
-            std::string key;
-            for (int k = pick(1, 6); k > 0; --k) {
-                key += static_cast<char>(pick('a', 'z'));
-            }
-            object += key + "=" + luaValue(random, depth + 1) + ",";
-        }
-        return object + "}";
-    }
-    }
+    return table + "}";
 }
 
 TEST_F(JsonModuleTest, PythonAcceptsWhatWeWriteAndWeReadItBackUnchanged)

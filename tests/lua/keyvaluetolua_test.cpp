@@ -15,6 +15,12 @@ using Kapi::Lua::toLua;
 
 namespace {
 
+class KeyValueToLua : public ::testing::Test
+{
+protected:
+    LuaTestState lua;
+};
+
 // Converts the value of a Lua expression; the stack must come back to its height.
 bool variantOf(LuaTestState& lua, const std::string& expression, Variant& out)
 {
@@ -26,9 +32,8 @@ bool variantOf(LuaTestState& lua, const std::string& expression, Variant& out)
     return ok;
 }
 
-TEST(KeyValueToLua, TableShapesFollowTheLengthRule)
+TEST_F(KeyValueToLua, TableShapesFollowTheLengthRule)
 {
-    LuaTestState lua;
     Variant v;
 
     ASSERT_TRUE(variantOf(lua, "{}", v));
@@ -61,9 +66,8 @@ TEST(KeyValueToLua, TableShapesFollowTheLengthRule)
     EXPECT_EQ(v.toString(true), "a:m:k=s:v,s:x");
 }
 
-TEST(KeyValueToLua, NumbersBecomeIntegersOfTheNarrowestType)
+TEST_F(KeyValueToLua, NumbersBecomeIntegersOfTheNarrowestType)
 {
-    LuaTestState lua;
     Variant v;
     ASSERT_TRUE(variantOf(lua, "3000000000", v));
     EXPECT_TRUE(v.isInteger64());
@@ -84,9 +88,8 @@ TEST(KeyValueToLua, NumbersBecomeIntegersOfTheNarrowestType)
     EXPECT_FALSE(variantOf(lua, "coroutine.create(function() end)", v));
 }
 
-TEST(KeyValueToLua, MapKeysMustBeNonEmptyStrings)
+TEST_F(KeyValueToLua, MapKeysMustBeNonEmptyStringsAndStringVectorsTakeText)
 {
-    LuaTestState lua;
     KeyValueMap map;
     ASSERT_EQ(lua.run("return {[1] = 'x'}, {[''] = 1}, {a = 1, b = {c = true}}, 7", 4), "");
     EXPECT_FALSE(fromLua(lua, map, -4));
@@ -96,11 +99,9 @@ TEST(KeyValueToLua, MapKeysMustBeNonEmptyStrings)
     EXPECT_FALSE(fromLua(lua, map, -1)); // not a table: the map is left alone
     EXPECT_EQ(map.size(), 2u);
     EXPECT_EQ(lua_gettop(lua), 4);
-}
 
-TEST(KeyValueToLua, StringVectorsTakeTextOfStringsAndNumbers)
-{
-    LuaTestState lua;
+    // String vectors take the text of strings and numbers.
+    lua_settop(lua, 0);
     StringVector strings{"old", "old", "old", "old", "old"};
     ASSERT_EQ(lua.run("local t = {'a', 12, nil, 'd'}; t[3] = nil; return t, {'x', true}", 2), "");
     ASSERT_TRUE(fromLua(lua, strings, -2));
@@ -116,9 +117,8 @@ TEST(KeyValueToLua, StringVectorsTakeTextOfStringsAndNumbers)
     EXPECT_EQ(lua_type(lua, -1), LUA_TNUMBER);
 }
 
-TEST(KeyValueToLua, ToLuaBuildsTablesOfTheRightShape)
+TEST_F(KeyValueToLua, ToLuaBuildsTablesOfTheRightShapeAndSnapsNumbers)
 {
-    LuaTestState lua;
     KeyValueMap inner("n", 5, "s", "text");
     VariantVector array{Variant(1),
                         Variant(2.5),
@@ -149,11 +149,9 @@ TEST(KeyValueToLua, ToLuaBuildsTablesOfTheRightShape)
     array[1] = Variant(2);
     array[4] = Variant(VariantVector{Variant("p"), Variant("q")});
     EXPECT_EQ(back, Variant(KeyValueMap("list", array)));
-}
+    lua_pop(lua, 1);
 
-TEST(KeyValueToLua, IntegralDoublesSnapToIntegers)
-{
-    LuaTestState lua;
+    // Nearly integral doubles snap to integers.
     ASSERT_TRUE(toLua(lua, Variant(5.00001)));
     EXPECT_TRUE(lua_isinteger(lua, -1));
     ASSERT_TRUE(toLua(lua, Variant(2.5)));
@@ -163,9 +161,8 @@ TEST(KeyValueToLua, IntegralDoublesSnapToIntegers)
     EXPECT_EQ(lua_tonumber(lua, -1), 1099511627776.0);
 }
 
-TEST(KeyValueToLua, AFailingElementLeavesTheStackAsItWas)
+TEST_F(KeyValueToLua, FailuresLeaveTheStackAsItWasAndCyclesDoNotRecurseForever)
 {
-    LuaTestState lua;
     // Fill the Lua stack close to its limit so that a push deep inside the value fails.
     int filled = 0;
     while (lua_checkstack(lua, 100)) {
@@ -186,17 +183,15 @@ TEST(KeyValueToLua, AFailingElementLeavesTheStackAsItWas)
     EXPECT_FALSE(toLua(lua, *map.findValue("deep")));
     EXPECT_EQ(lua_gettop(lua), filled);
     EXPECT_EQ(lua_tointeger(lua, -1), filled);
-}
 
-TEST(KeyValueToLua, CyclicTablesFailInsteadOfRecursingForever)
-{
-    LuaTestState lua;
+    // Cyclic tables fail instead of recursing forever.
+    lua_settop(lua, 0);
     ASSERT_EQ(lua.run("local t = {}; t.self = t; local s = {}; s[1] = s; return t, s", 2), "");
     Variant v;
-    KeyValueMap map;
+    KeyValueMap cyclicMap;
     VariantVector array;
     EXPECT_FALSE(fromLua(lua, v, -2));
-    EXPECT_FALSE(fromLua(lua, map, -2));
+    EXPECT_FALSE(fromLua(lua, cyclicMap, -2));
     EXPECT_FALSE(fromLua(lua, array, -1));
     EXPECT_EQ(lua_gettop(lua), 2);
 }

@@ -56,7 +56,7 @@ protected:
     std::vector<std::string> m_journal;
 };
 
-TEST_F(LuaCallListTest, WakeupOnlyWhenTheListWasEmpty)
+TEST_F(LuaCallListTest, WakeupOnlyWhenTheListWasEmptyAndRunsInOrder)
 {
     LuaCallList list(countWakeup, protectedCall);
     Recorder a("a", &m_journal), b("b", &m_journal);
@@ -70,22 +70,21 @@ TEST_F(LuaCallListTest, WakeupOnlyWhenTheListWasEmpty)
     EXPECT_EQ(g_wakeups, 2);
     EXPECT_TRUE(list.inLuaThread(nullptr));
     EXPECT_EQ(m_journal, (std::vector<std::string>{"run a", "run b", "run a"}));
-}
 
-TEST_F(LuaCallListTest, RunsInOrderAndReappendingMovesToTheEnd)
-{
-    LuaCallList list(nullptr, protectedCall);
-    Recorder a("a", &m_journal), b("b", &m_journal), c("c", &m_journal);
+    // Runs in order; re-appending moves an element to the end.
+    m_journal.clear();
+    Recorder c("c", &m_journal);
     list.append(&a);
     list.append(&b);
     list.append(&c);
     list.append(&a);
     list.inLuaThread(nullptr);
     EXPECT_EQ(m_journal, (std::vector<std::string>{"run b", "run c", "run a"}));
+    EXPECT_EQ(g_wakeups, 3);
     EXPECT_EQ(list.getCallFunction(), &protectedCall);
 }
 
-TEST_F(LuaCallListTest, CancelNotifiesOnlyQueuedElements)
+TEST_F(LuaCallListTest, CancelNotifiesOnlyQueuedElementsInOrder)
 {
     LuaCallList list(nullptr, protectedCall);
     Recorder a("a", &m_journal), b("b", &m_journal), c("c", &m_journal);
@@ -98,26 +97,21 @@ TEST_F(LuaCallListTest, CancelNotifiesOnlyQueuedElements)
     a.remove(); // already ran: no notification
     list.cancel(&a);
     EXPECT_EQ(m_journal, (std::vector<std::string>{"cancel b", "cancel c", "run a"}));
-}
 
-TEST_F(LuaCallListTest, CancelAllAndTheDestructorCancelInOrder)
-{
-    Recorder a("a", &m_journal), b("b", &m_journal), c("c", &m_journal);
+    // cancelAll() and the list's destructor cancel in order.
+    m_journal.clear();
     {
-        LuaCallList list(nullptr, protectedCall);
-        list.append(&a);
-        list.append(&b);
-        list.cancelAll();
-        list.append(&c);
+        LuaCallList dying(nullptr, protectedCall);
+        dying.append(&a);
+        dying.append(&b);
+        dying.cancelAll();
+        dying.append(&c);
     }
     EXPECT_EQ(m_journal, (std::vector<std::string>{"cancel a", "cancel b", "cancel c"}));
     EXPECT_FALSE(c.isLinked());
-}
 
-TEST_F(LuaCallListTest, DestroyingAQueuedElementUnlinksItSilently)
-{
-    LuaCallList list(nullptr, protectedCall);
-    Recorder a("a", &m_journal);
+    // Destroying a queued element unlinks it silently.
+    m_journal.clear();
     {
         Recorder gone("gone", &m_journal);
         list.append(&gone);
@@ -344,50 +338,40 @@ private:
     bool m_released = false;
 };
 
-TEST_F(LuaCallListTest, CancellingTheRunningElementWaitsForItsRun)
+TEST_F(LuaCallListTest, CancellingOrDestroyingTheRunningElementWaitsForItsRun)
 {
-    LuaCallList list(nullptr, protectedCall);
-    Blocking element;
-    list.append(&element);
-    std::thread luaThread([&list] { list.inLuaThread(nullptr); });
-    element.waitUntilRunning();
+    for (const bool destroy : {false, true}) {
+        SCOPED_TRACE(destroy ? "destroy" : "cancel");
+        LuaCallList list(nullptr, protectedCall);
+        auto* element = new Blocking;
+        list.append(element);
+        std::thread luaThread([&list] { list.inLuaThread(nullptr); });
+        element->waitUntilRunning();
 
-    std::atomic<bool> removed{false};
-    bool finishedWhenRemoved = false;
-    std::thread canceller([&] {
-        element.remove();
-        finishedWhenRemoved = element.m_finished;
-        removed = true;
-    });
-    // Give the canceller time to block; the assertions below hold however long this takes.
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(removed);
-    element.release();
-    canceller.join();
-    luaThread.join();
-    EXPECT_TRUE(finishedWhenRemoved);
-    EXPECT_EQ(element.m_cancelled, 0); // it was running, not queued
-}
-
-TEST_F(LuaCallListTest, DestroyingTheRunningElementWaitsForItsRun)
-{
-    LuaCallList list(nullptr, protectedCall);
-    auto* element = new Blocking;
-    list.append(element);
-    std::thread luaThread([&list] { list.inLuaThread(nullptr); });
-    element->waitUntilRunning();
-
-    std::atomic<bool> destroyed{false};
-    std::thread destroyer([&] {
-        delete element;
-        destroyed = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(destroyed);
-    element->release();
-    destroyer.join();
-    luaThread.join();
-    EXPECT_TRUE(destroyed);
+        std::atomic<bool> done{false};
+        bool finishedWhenDone = false;
+        std::thread other([&] {
+            if (destroy) {
+                delete element;
+            } else {
+                element->remove();
+                finishedWhenDone = element->m_finished;
+            }
+            done = true;
+        });
+        // Give the other thread time to block; the assertions hold however long this takes.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_FALSE(done);
+        element->release();
+        other.join();
+        luaThread.join();
+        EXPECT_TRUE(done);
+        if (!destroy) {
+            EXPECT_TRUE(finishedWhenDone);
+            EXPECT_EQ(element->m_cancelled, 0); // it was running, not queued
+            delete element;
+        }
+    }
 }
 
 TEST_F(LuaCallListTest, ElementsReappendedWhileTheListIsDestroyedAreCancelledToo)

@@ -149,7 +149,7 @@ TEST_F(LuaUserDataTest, OneMetatablePerTypeAndIdentityThroughPush)
     EXPECT_EQ(m_lua.eval("a"), expected);
 }
 
-TEST_F(LuaUserDataTest, LuaKeepsTheObjectAliveUntilCollected)
+TEST_F(LuaUserDataTest, LuaKeepsTheObjectAliveUntilCollectedAndThenLetsGo)
 {
     auto gadget = std::make_shared<Gadget>();
     std::weak_ptr<Gadget> watch = gadget;
@@ -163,11 +163,9 @@ TEST_F(LuaUserDataTest, LuaKeepsTheObjectAliveUntilCollected)
 
     EXPECT_EQ(m_lua.run("g = nil; collectgarbage(); collectgarbage()"), "");
     EXPECT_TRUE(watch.expired());
-}
 
-TEST_F(LuaUserDataTest, CollectionClearsTheUserdataButNotANativelyHeldObject)
-{
-    auto gadget = std::make_shared<Gadget>();
+    // Collection clears the userdata but not a natively held object.
+    gadget = std::make_shared<Gadget>();
     expose(gadget, "g");
     EXPECT_EQ(m_lua.run("g.note = 'first life'"), "");
     EXPECT_EQ(m_lua.run("g = nil; collectgarbage(); collectgarbage()"), "");
@@ -188,7 +186,7 @@ int checkGadget(lua_State* L)
     return 0;
 }
 
-TEST_F(LuaUserDataTest, TypeChecksRaiseArgumentErrors)
+TEST_F(LuaUserDataTest, TypeChecksRaiseArgumentErrorsAndOnlySharedObjectsAreExposed)
 {
     m_lua.setGlobalFunction("check", checkGadget);
     const std::string error = m_lua.run("check(5)");
@@ -199,10 +197,9 @@ TEST_F(LuaUserDataTest, TypeChecksRaiseArgumentErrors)
     EXPECT_EQ(LuaUserData::fromStack(m_lua, -1, nullptr), nullptr);
     lua_pushinteger(m_lua, 1);
     EXPECT_EQ(LuaUserData::fromStack(m_lua, -1, nullptr), nullptr);
-}
+    lua_settop(m_lua, 0);
 
-TEST_F(LuaUserDataTest, AnObjectNotOwnedBySharedPointerCannotBeExposed)
-{
+    // An object not owned by a shared pointer cannot be exposed.
     Gadget onStack;
     EXPECT_THROW(onStack.makeOnStack(m_lua), std::bad_weak_ptr);
     EXPECT_EQ(lua_gettop(m_lua), 0);

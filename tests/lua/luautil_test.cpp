@@ -47,6 +47,9 @@ TEST(LuaUtil, AccessorsReadFieldsAndRestoreTheStack)
     EXPECT_TRUE(tableGetBoolean(lua, "s", -2)); // not a table
     lua_pop(lua, 1);
     EXPECT_EQ(lua_gettop(lua), top);
+    EXPECT_EQ(indexFromTheBottom(lua, -1), 2);
+    EXPECT_EQ(indexFromTheBottom(lua, -2), 1);
+    EXPECT_EQ(indexFromTheBottom(lua, 2), 2);
 }
 
 TEST(LuaUtil, SettersAssignThroughMetamethodsAndSkipDefaults)
@@ -75,17 +78,6 @@ TEST(LuaUtil, SettersAssignThroughMetamethodsAndSkipDefaults)
               "bee-70.25falseef3true");
 }
 
-TEST(LuaUtil, IndexFromTheBottom)
-{
-    LuaTestState lua;
-    lua_pushnil(lua);
-    lua_pushnil(lua);
-    lua_pushnil(lua);
-    EXPECT_EQ(indexFromTheBottom(lua, -1), 3);
-    EXPECT_EQ(indexFromTheBottom(lua, -3), 1);
-    EXPECT_EQ(indexFromTheBottom(lua, 2), 2);
-}
-
 class LuaAppDataPath : public ::testing::Test
 {
 protected:
@@ -99,7 +91,7 @@ protected:
     std::string m_root;
 };
 
-TEST_F(LuaAppDataPath, BuildsAndCreatesTheDirectories)
+TEST_F(LuaAppDataPath, BuildsAndCreatesTheDirectoriesAndRefusesBadNames)
 {
     EXPECT_EQ(getLuaAppDataPath(m_root, "", ""), m_root + "/lua-apps");
     EXPECT_TRUE(Kapi::FileUtil::isDirectory(m_root + "/lua-apps"));
@@ -108,10 +100,8 @@ TEST_F(LuaAppDataPath, BuildsAndCreatesTheDirectories)
     EXPECT_TRUE(Kapi::FileUtil::isDirectory(m_root + "/lua-apps/movies/data"));
     EXPECT_EQ(getLuaAppDataPath(m_root, "movies", "prefs"), m_root + "/lua-apps/movies/data/prefs");
     EXPECT_FALSE(Kapi::FileUtil::exists(m_root + "/lua-apps/movies/data/prefs"));
-}
 
-TEST_F(LuaAppDataPath, RefusesBadNamesWithAnError)
-{
+    // Bad names are refused with an error.
     LogCapture capture(VLOGSRC_LUA, VLOG_DEBUG);
     EXPECT_EQ(getLuaAppDataPath(m_root, ".hidden", "x"), "");
     EXPECT_EQ(getLuaAppDataPath(m_root, "a/b", ""), "");
@@ -151,7 +141,7 @@ TEST(LuaDump, TypeNamesAndValueTexts)
     EXPECT_EQ(valueToString(lua, 6, 0), ""); // none
 }
 
-TEST(LuaDump, TableTextListsArrayThenSortedValuesThenTables)
+TEST(LuaDump, TableTextListsArrayThenSortedValuesThenTablesAndCyclesAsValues)
 {
     LuaTestState lua;
     ASSERT_EQ(lua.run("return {'one', {x = 1}, zeta = false, alpha = 'a', [10] = 3, "
@@ -179,15 +169,12 @@ TEST(LuaDump, TableTextListsArrayThenSortedValuesThenTables)
     EXPECT_EQ(tableToString(lua, -1, 0), valueToString(lua, -1, 0));
     lua_pushinteger(lua, 3);
     EXPECT_EQ(tableToString(lua, -1, 0), ""); // not a table
-}
 
-TEST(LuaDump, ACycleIsWrittenAsAPlainValue)
-{
-    LuaTestState lua;
+    // A cycle is written as a plain value.
     ASSERT_EQ(lua.run("local t = {name = 'n'}; t.self = t; return t", 1), "");
-    char expected[96];
-    snprintf(expected, sizeof expected, "name=\"n\"\nself=table %p", lua_topointer(lua, -1));
-    EXPECT_EQ(tableToString(lua, -1, 0), expected);
+    char cycle[96];
+    snprintf(cycle, sizeof cycle, "name=\"n\"\nself=table %p", lua_topointer(lua, -1));
+    EXPECT_EQ(tableToString(lua, -1, 0), cycle);
 }
 
 TEST(LuaDump, StackDumpsToStandardOutputAndTheLog)

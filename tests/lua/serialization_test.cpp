@@ -108,7 +108,7 @@ TEST_F(SerializationTest, ExactRecords)
     EXPECT_EQ(record("{'\\0z'}"), "00 00 00 01 00 00 00 01 02 01 07 00 00 00 02");
 }
 
-TEST_F(SerializationTest, EmptyRecords)
+TEST_F(SerializationTest, EmptyRecordsAndReadingAdvancesTheBuffer)
 {
     std::string error;
     ASSERT_EQ(m_lua.run("return {}", 1), "");
@@ -126,13 +126,10 @@ TEST_F(SerializationTest, EmptyRecords)
     EXPECT_EQ(read(""), "");
     EXPECT_EQ(read(std::string("\0\0\0\1", 4)), ""); // no body: an empty table
     EXPECT_EQ(m_lua.eval("next(result)"), "nil");
-}
 
-TEST_F(SerializationTest, ReadingAdvancesTheBuffer)
-{
-    std::shared_ptr<Kapi::Buffer> buffer =
-        bufferOf(std::string("\0\0\0\1\0\0\0\1\2\1\2\7trailing", 20));
-    std::string error;
+    // Reading advances the buffer past the record.
+    buffer = bufferOf(std::string("\0\0\0\1\0\0\0\1\2\1\2\7trailing", 20));
+
     ASSERT_EQ(deserializeToTable(m_lua, buffer, error), 1);
     EXPECT_EQ(bytesOf(buffer), "trailing");
     lua_setglobal(m_lua, "result");
@@ -161,7 +158,7 @@ TEST_F(SerializationTest, NumbersComeBackAsIntegersWhereTheyFit)
     EXPECT_EQ(m_lua.eval("result.e"), "a"); // cut at the zero byte
 }
 
-TEST_F(SerializationTest, SerializationErrors)
+TEST_F(SerializationTest, SerializationErrorsIncludingCyclesAndDeepNesting)
 {
     EXPECT_EQ(record("{f = print}"), "error: Invalid type 'function' for value");
     EXPECT_EQ(record("{[true] = 1}"), "error: Invalid type 'boolean' for key");
@@ -176,10 +173,8 @@ TEST_F(SerializationTest, SerializationErrors)
                      "return {inner = t} end)()"),
               "error: Failed to serialize table value->Data size exceeds 60000 byte limit");
     EXPECT_EQ(record("5"), "error: Value is not a table");
-}
 
-TEST_F(SerializationTest, CyclesAndDeepNestingFailWithTheNestingError)
-{
+    // Cycles and deep nesting fail with the nesting error.
     const std::string cycle = record("(function() local t = {} t.self = t return t end)()");
     const std::string prefix = "error: Failed to serialize table value->";
     ASSERT_EQ(cycle.compare(0, prefix.size(), prefix), 0) << cycle.substr(0, 200);
@@ -239,11 +234,9 @@ TEST_F(SerializationTest, MalformedRecordsFailWithTheirErrors)
               "error: Failed to deserialize string value");
     EXPECT_EQ(read(head + std::string("\2\1\x08\0\0\0\1\2\1\x0a", 10)),
               "error: Failed to deserialize table value->Invalid type 10 for value");
-}
 
-TEST_F(SerializationTest, NestingBeyondTheLimitIsRefused)
-{
-    // Each level: one entry, key int8 1, value a table; the innermost table is empty.
+    // Nesting beyond the limit. Each level: one entry, key int8 1, value a table; the innermost
+    // table is empty.
     const int levels = 5000;
     std::string bytes("\0\0\0\1", 4);
     for (int i = 0; i < levels; ++i) {
@@ -298,25 +291,18 @@ private:
         lua_pushlstring(m_L, text.data(), text.size());
     }
 
+    // Integers twice as often as strings, booleans or (above depth 4) tables.
     void pushValue(int depth)
     {
-        switch (pick(0, depth < 4 ? 4 : 3)) {
-        case 0:
+        const int kind = pick(0, depth < 4 ? 4 : 3);
+        if (kind == 0 || kind == 3)
             pushInteger();
-            break;
-        case 1:
+        else if (kind == 1)
             pushString();
-            break;
-        case 2:
+        else if (kind == 2)
             lua_pushboolean(m_L, pick(0, 1));
-            break;
-        case 3:
-            pushInteger();
-            break;
-        default:
+        else
             pushTable(depth + 1);
-            break;
-        }
     }
 
     lua_State* m_L;

@@ -4,21 +4,17 @@
 // kelo-lua output must equal that file, and the stock output must differ from it.
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "support/RunProcess.h"
 #include "support/TestFiles.h"
 
-using KeloTest::readFile;
 namespace {
 
 namespace fs = std::filesystem;
 
 const char* const kStockLua = "/usr/bin/lua5.1";
-
 
 // The program name starts error lines; make the two interpreters' texts comparable.
 std::string withoutProgramName(std::string text, const std::string& program)
@@ -28,84 +24,59 @@ std::string withoutProgramName(std::string text, const std::string& program)
     return text;
 }
 
-struct ScriptRun
-{
-    int status;
-    std::string out;
-    std::string err;
-};
-
-ScriptRun runScript(const std::string& program, const fs::path& script)
+KeloTest::ProcessResult runScript(const std::string& program, const fs::path& script)
 {
     // Scripts are named relative to their folder so chunk names match in both runs.
     KeloTest::ProcessResult r = KeloTest::runProcess(
         "/bin/sh", {"-c", "cd \"$1\" && exec \"$2\" \"$3\"", "sh", script.parent_path().string(),
                     program, script.filename().string()});
-    return ScriptRun{r.exitStatus, withoutProgramName(r.out, program),
-                     withoutProgramName(r.err, program)};
+    r.out = withoutProgramName(r.out, program);
+    r.err = withoutProgramName(r.err, program);
+    return r;
 }
 
-std::vector<fs::path> scripts()
+TEST(LuaDifferential, SameOutputAsTheStockInterpreterOrTheDocumentedDifference)
 {
-    std::vector<fs::path> found;
+    const bool haveStock = fs::exists(kStockLua);
+    const std::string kelo = KeloTest::binPath("kelo-lua");
+    std::vector<fs::path> scripts;
     for (const auto& entry : fs::directory_iterator(KeloTest::sourcePath("tests/luavm/scripts")))
         if (entry.path().extension() == ".lua")
-            found.push_back(entry.path());
-    std::sort(found.begin(), found.end());
-    return found;
-}
-
-TEST(LuaDifferential, CorpusIsLargeEnough)
-{
-    EXPECT_GE(scripts().size(), 50u);
-}
-
-TEST(LuaDifferential, SameOutputAsTheStockInterpreter)
-{
-    if (!fs::exists(kStockLua))
-        GTEST_SKIP() << kStockLua << " is not installed";
-    const std::string kelo = KeloTest::binPath("kelo-lua");
-    int compared = 0;
-    for (const fs::path& script : scripts()) {
+            scripts.push_back(entry.path());
+    std::sort(scripts.begin(), scripts.end());
+    int compared = 0, documented = 0;
+    for (const fs::path& script : scripts) {
+        SCOPED_TRACE(script.filename());
         fs::path expected = script;
         expected.replace_extension(".expected");
-        if (fs::exists(expected))
-            continue;
-        ScriptRun stock = runScript(kStockLua, script);
-        ScriptRun ours = runScript(kelo, script);
-        EXPECT_EQ(ours.out, stock.out) << script.filename();
-        EXPECT_EQ(ours.err, stock.err) << script.filename();
-        EXPECT_EQ(ours.status, stock.status) << script.filename();
-        ++compared;
-    }
-    EXPECT_GE(compared, 50);
-}
-
-TEST(LuaDifferential, IntegerSubtypeDifferencesAreAsDocumented)
-{
-    const std::string kelo = KeloTest::binPath("kelo-lua");
-    int checked = 0;
-    for (const fs::path& script : scripts()) {
-        fs::path expected = script;
-        expected.replace_extension(".expected");
-        if (!fs::exists(expected))
-            continue;
-        ScriptRun ours = runScript(kelo, script);
-        EXPECT_EQ(ours.out, readFile(expected)) << script.filename();
-        EXPECT_EQ(ours.status, 0) << script.filename();
-        if (fs::exists(kStockLua)) {
-            EXPECT_NE(runScript(kStockLua, script).out, ours.out) << script.filename();
+        KeloTest::ProcessResult ours = runScript(kelo, script);
+        if (fs::exists(expected)) {
+            EXPECT_EQ(ours.out, KeloTest::readFile(expected));
+            EXPECT_EQ(ours.exitStatus, 0);
+            if (haveStock) {
+                EXPECT_NE(runScript(kStockLua, script).out, ours.out);
+            }
+            ++documented;
+        } else if (haveStock) {
+            KeloTest::ProcessResult stock = runScript(kStockLua, script);
+            EXPECT_EQ(ours.out, stock.out);
+            EXPECT_EQ(ours.err, stock.err);
+            EXPECT_EQ(ours.exitStatus, stock.exitStatus);
+            ++compared;
         }
-        ++checked;
     }
-    EXPECT_GE(checked, 1);
+    EXPECT_GE(documented, 1);
+    EXPECT_GE(scripts.size() - documented, 50u);
+    if (!haveStock)
+        GTEST_SKIP() << kStockLua << " is not installed";
+    EXPECT_GE(compared, 50);
 }
 
 TEST(LuaDifferential, UncaughtErrorsReportTheSameWay)
 {
-    const std::string kelo = KeloTest::binPath("kelo-lua");
-    ScriptRun ours = runScript(kelo, KeloTest::sourcePath("tests/luavm/scripts/errors_exit.lua"));
-    EXPECT_EQ(ours.status, 1);
+    KeloTest::ProcessResult ours = runScript(
+        KeloTest::binPath("kelo-lua"), KeloTest::sourcePath("tests/luavm/scripts/errors_exit.lua"));
+    EXPECT_EQ(ours.exitStatus, 1);
     EXPECT_EQ(ours.out, "before\n");
     EXPECT_EQ(ours.err.rfind("<lua>: errors_exit.lua:4: attempt to index field 'missing' (a nil "
                              "value)\nstack traceback:\n",

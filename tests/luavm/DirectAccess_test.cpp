@@ -1,5 +1,4 @@
 // Direct access to raw values, tables and registry references.
-#include <cstring>
 #include <set>
 #include <string>
 
@@ -7,9 +6,7 @@
 
 namespace {
 
-using KeloTest::LuaStateTest;
-
-using DirectAccess = LuaStateTest;
+using DirectAccess = KeloTest::LuaStateTest;
 
 TEST_F(DirectAccess, StackAccessReturnsNullOnMismatch)
 {
@@ -36,14 +33,15 @@ TEST_F(DirectAccess, StackAccessReturnsNullOnMismatch)
     lua_settop(L, 0);
 }
 
-TEST_F(DirectAccess, TextOfValues)
+TEST_F(DirectAccess, TextAndIntegerOfValues)
 {
     ASSERT_EQ(run("return 'abc', 42, 2.5, true, {}", 5), "");
     size_t length = 99;
     EXPECT_STREQ(luaKelo_tvalue_to_cptr(L, luaKelo_stack_tvalue(L, 1), &length), "abc");
     EXPECT_EQ(length, 3u);
     EXPECT_STREQ(luaKelo_tvalue_to_cptr(L, luaKelo_stack_tvalue(L, 2), &length), "42");
-    EXPECT_EQ(lua_type(L, 2), LUA_TSTRING); // converted in place, as lua_tolstring does
+    EXPECT_EQ(lua_type(L, 2),
+              LUA_TSTRING); // converted in place, as lua_tolstring does
     EXPECT_STREQ(luaKelo_tvalue_to_cptr(L, luaKelo_stack_tvalue(L, 3), &length), "2.5");
     EXPECT_STREQ(luaKelo_tvalue_to_cptr(L, luaKelo_stack_tvalue(L, 4), &length), "");
     EXPECT_EQ(length, 0u);
@@ -51,22 +49,16 @@ TEST_F(DirectAccess, TextOfValues)
     EXPECT_STREQ(luaKelo_tvalue_to_cptr(L, nullptr, &length), "");
     EXPECT_EQ(luaKelo_tvalue_cptr(luaKelo_stack_tvalue(L, 5), &length), nullptr);
     lua_settop(L, 0);
-}
 
-TEST_F(DirectAccess, IntegerOfValues)
-{
+    // The integer of values.
     ASSERT_EQ(run("return nil, 12, -3.99, 1e12, ' 17 ', 'x', true, -2^31", 8), "");
-    EXPECT_EQ(luaKelo_tvalue_to_integer(nullptr), 0);
     lua_pushnil(L);
     EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_top_tvalue(L)), 0);
     lua_pop(L, 1);
-    EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, 2)), 12);
-    EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, 3)), -3);
-    EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, 4)), 1000000000000LL);
-    EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, 5)), 17);
-    EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, 6)), 0);
-    EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, 7)), 0);
-    EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, 8)), -2147483648LL);
+    EXPECT_EQ(luaKelo_tvalue_to_integer(nullptr), 0);
+    const int64_t expected[] = {0, 12, -3, 1000000000000LL, 17, 0, 0, -2147483648LL};
+    for (int i = 2; i <= 8; ++i)
+        EXPECT_EQ(luaKelo_tvalue_to_integer(luaKelo_stack_tvalue(L, i)), expected[i - 1]) << i;
     lua_settop(L, 0);
 }
 
@@ -213,10 +205,8 @@ TEST_F(DirectAccess, RegistryReferencesShareTheFreeList)
     EXPECT_TRUE(lua_isnumber(L, -1));
     EXPECT_EQ(lua_tointeger(L, -1), 0);
     lua_pop(L, 1);
-}
 
-TEST_F(DirectAccess, UnregisterWithForeignSlotZeroClearsTheSlot)
-{
+    // With a foreign value in slot 0 a release only clears the slot.
     lua_pushliteral(L, "x");
     int ref = luaKelo_register_tvalue(L, luaKelo_top_tvalue(L));
     lua_pop(L, 1);

@@ -1,13 +1,10 @@
 // Fast userdata: native index/newindex handlers called by the virtual machine without the
 // metatable, native finalisers, identity, environments and watcher calls.
-#include <cstring>
 #include <string>
 
 #include "LuaTestState.h"
 
 namespace {
-
-using KeloTest::LuaStateTest;
 
 struct Widget
 {
@@ -64,7 +61,7 @@ void widgetGc(LuaFastUserDataHolder* block)
     w->~Widget();
 }
 
-class FastUserData : public LuaStateTest
+class FastUserData : public KeloTest::LuaStateTest
 {
 protected:
     Widget* pushWidget()
@@ -97,9 +94,21 @@ TEST_F(FastUserData, HandlersServeReadsAndWrites)
     EXPECT_EQ(w->lastKey, "<not a string>");
     EXPECT_EQ(run("w.width = {}"), "test:1: width must be a number");
     EXPECT_EQ(w->width, 25);
+
+    // The handlers serve the API too.
+    lua_getglobal(L, "w");
+    lua_getfield(L, -1, "width");
+    EXPECT_EQ(lua_tointeger(L, -1), 25);
+    lua_pop(L, 1);
+    lua_pushinteger(L, 77);
+    lua_setfield(L, -2, "width");
+    lua_pushliteral(L, "width");
+    lua_gettable(L, -2);
+    EXPECT_EQ(lua_tointeger(L, -1), 77);
+    lua_settop(L, 0);
 }
 
-TEST_F(FastUserData, HandlersWinOverTheMetatable)
+TEST_F(FastUserData, HandlersWinOverTheMetatableWhichAppliesWithoutThem)
 {
     pushWidget();
     ASSERT_EQ(run("return {__index = function() return 'from metatable' end, "
@@ -112,24 +121,8 @@ TEST_F(FastUserData, HandlersWinOverTheMetatable)
     EXPECT_EQ(eval("w.other"), "nil");
     EXPECT_EQ(run("w.width = 3"), "");
     EXPECT_EQ(eval("w.width"), "3");
-}
 
-TEST_F(FastUserData, HandlersAlsoServeTheApi)
-{
-    pushWidget();
-    lua_getfield(L, -1, "width");
-    EXPECT_EQ(lua_tointeger(L, -1), 10);
-    lua_pop(L, 1);
-    lua_pushinteger(L, 77);
-    lua_setfield(L, -2, "width");
-    lua_pushliteral(L, "width");
-    lua_gettable(L, -2);
-    EXPECT_EQ(lua_tointeger(L, -1), 77);
-    lua_settop(L, 0);
-}
-
-TEST_F(FastUserData, WithoutHandlersTheMetatableApplies)
-{
+    // Without handlers the metatable applies.
     void* block = luaKelo_push_userdata_new(L, 16);
     ASSERT_NE(block, nullptr);
     lua_setglobal(L, "u");
@@ -140,7 +133,7 @@ TEST_F(FastUserData, WithoutHandlersTheMetatableApplies)
     EXPECT_EQ(run("u.y = 1"), "test:1: attempt to index global 'u' (a userdata value)");
 }
 
-TEST_F(FastUserData, NativeFinaliserRunsOnceInsteadOfGc)
+TEST_F(FastUserData, NativeFinaliserRunsOnceInsteadOfGcAndAtClose)
 {
     pushWidget();
     ASSERT_EQ(run("gcRan = 0 return {__gc = function() gcRan = gcRan + 1 end}", 1), "");
@@ -152,17 +145,15 @@ TEST_F(FastUserData, NativeFinaliserRunsOnceInsteadOfGc)
     EXPECT_EQ(eval("gcRan"), "0");
     lua_gc(L, LUA_GCCOLLECT, 0);
     EXPECT_EQ(finalised, 1);
-}
 
-TEST_F(FastUserData, FinaliserRunsAtCloseWithoutMetatable)
-{
+    // A block without a metatable that is still referenced is finalised at close.
     pushWidget();
     lua_setglobal(L, "kept");
     lua_gc(L, LUA_GCCOLLECT, 0);
-    EXPECT_EQ(finalised, 0);
+    EXPECT_EQ(finalised, 1);
     lua_close(L);
     L = nullptr;
-    EXPECT_EQ(finalised, 1);
+    EXPECT_EQ(finalised, 2);
 }
 
 TEST_F(FastUserData, PushingTheBlockGivesTheSameValue)
@@ -212,6 +203,15 @@ TEST_F(FastUserData, EnvironmentIsTheRunningFunctions)
     EXPECT_EQ(luaKelo_stack_get_fenv(L, 1), nullptr);
 }
 
+int callWatcherFromC(lua_State* L)
+{
+    LuaTValue notAFunction;
+    luaKelo_tvalue_set_boolean(&notAFunction, 1);
+    luaKelo_call_watcher(L, &notAFunction, lua_touserdata(L, 1), luaKelo_string_new(L, "k", 1),
+                         &notAFunction);
+    return 0;
+}
+
 // Calls the watcher stored in the global "watcher" from inside the newindex handler.
 void notifyingNewIndex(lua_State* L, LuaFastUserDataHolder* block, const LuaTValue* key,
                        const LuaTValue* value)
@@ -222,7 +222,7 @@ void notifyingNewIndex(lua_State* L, LuaFastUserDataHolder* block, const LuaTVal
     luaKelo_call_watcher(L, &watcher, block, luaKelo_tvalue_string(key), value);
 }
 
-TEST_F(FastUserData, WatchersGetObjectKeyAndValue)
+TEST_F(FastUserData, WatchersGetObjectKeyAndValueAndNestedOnesHitTheCStackLimit)
 {
     void* block = luaKelo_push_userdata_new(L, 8);
     luaKelo_userdata_setcfuncs(block, notifyingNewIndex, nullptr);
@@ -235,33 +235,14 @@ TEST_F(FastUserData, WatchersGetObjectKeyAndValue)
     EXPECT_EQ(run("watcher = nil obj.a = 1"), "test:1: erroring! watcher not a function (0)");
     EXPECT_EQ(run("function watcher() error('from watcher') end obj.a = 1"),
               "test:1: from watcher");
-}
+    // Called from native code the error has no position.
+    EXPECT_EQ(protect(callWatcherFromC, block), "erroring! watcher not a function (1)");
 
-TEST_F(FastUserData, NestedWatchersHitTheCStackLimit)
-{
-    void* block = luaKelo_push_userdata_new(L, 8);
-    luaKelo_userdata_setcfuncs(block, notifyingNewIndex, nullptr);
-    lua_setglobal(L, "obj");
+    // Nested watchers hit the C stack limit.
     ASSERT_EQ(run("depth = 0 function watcher(o, k, v) depth = depth + 1 o[k] = v end"), "");
     std::string error = run("obj.loop = 1");
     EXPECT_NE(error.find("C stack overflow"), std::string::npos) << error;
     EXPECT_EQ(eval("depth > 100 and depth < 200"), "true");
-}
-
-int callWatcherFromC(lua_State* L)
-{
-    LuaTValue notAFunction;
-    luaKelo_tvalue_set_boolean(&notAFunction, 1);
-    luaKelo_call_watcher(L, &notAFunction, lua_touserdata(L, 1), luaKelo_string_new(L, "k", 1),
-                         &notAFunction);
-    return 0;
-}
-
-TEST_F(FastUserData, WatcherErrorFromNativeCodeHasNoPosition)
-{
-    void* block = luaKelo_push_userdata_new(L, 8);
-    EXPECT_EQ(protect(callWatcherFromC, block), "erroring! watcher not a function (1)");
-    lua_settop(L, 0);
 }
 
 } // namespace

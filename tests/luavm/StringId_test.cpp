@@ -1,16 +1,16 @@
 // Identifiers on interned strings and lookups that do not create strings.
-#include <cstring>
-
 #include "LuaTestState.h"
 
 namespace {
 
-using KeloTest::LuaStateTest;
-
-using StringId = LuaStateTest;
+using StringId = KeloTest::LuaStateTest;
 
 TEST_F(StringId, IdentifierBelongsToTheInternedText)
 {
+    luaKelo_top_string_setKeloID(L, 3); // empty frame: nothing happens
+    lua_pushinteger(L, 12);
+    luaKelo_top_string_setKeloID(L, 3); // not a string: nothing happens
+    EXPECT_TRUE(lua_isinteger(L, -1));
     lua_pushstring(L, "fontSize");
     LuaString* s = luaKelo_top_string(L);
     ASSERT_NE(s, nullptr);
@@ -18,27 +18,16 @@ TEST_F(StringId, IdentifierBelongsToTheInternedText)
     luaKelo_string_setKeloID(s, 7);
     // The same text made again, while the first is alive, is the same string.
     ASSERT_EQ(run("return 'font' .. 'Size'", 1), "");
-    LuaString* again = luaKelo_top_string(L);
-    EXPECT_EQ(again, s);
-    EXPECT_EQ(luaKelo_string_getKeloID(again), 7u);
+    EXPECT_EQ(luaKelo_top_string(L), s);
+    EXPECT_EQ(luaKelo_string_getKeloID(luaKelo_top_string(L)), 7u);
     EXPECT_EQ(luaKelo_string_exists(L, "fontSize", -1), s);
     EXPECT_EQ(luaKelo_string_new(L, "fontSizeX", 8), s);
-    lua_settop(L, 0);
-}
-
-TEST_F(StringId, TopSetterIgnoresNonStringsAndEmptyFrames)
-{
-    luaKelo_top_string_setKeloID(L, 3); // empty frame: nothing happens
-    lua_pushinteger(L, 12);
-    luaKelo_top_string_setKeloID(L, 3);
-    EXPECT_TRUE(lua_isinteger(L, -1));
-    lua_pushliteral(L, "width");
     luaKelo_top_string_setKeloID(L, 0x80000001u);
-    EXPECT_EQ(luaKelo_string_getKeloID(luaKelo_top_string(L)), 0x80000001u);
+    EXPECT_EQ(luaKelo_string_getKeloID(s), 0x80000001u);
     lua_settop(L, 0);
 }
 
-TEST_F(StringId, ExistsNeverCreates)
+TEST_F(StringId, ExistsNeverCreatesAndCollectedStringsLoseTheirIdentifier)
 {
     EXPECT_EQ(luaKelo_string_exists(L, "kelo-never-made-text", -1), nullptr);
     EXPECT_EQ(luaKelo_string_exists(L, "kelo-never-made-text", -1), nullptr);
@@ -50,21 +39,16 @@ TEST_F(StringId, ExistsNeverCreates)
     size_t length = 0;
     const char* text = luaKelo_string_cptr(s, &length);
     EXPECT_EQ(length, 3u);
-    EXPECT_EQ(std::memcmp(text, bytes, 3), 0);
-    EXPECT_EQ(text[3], '\0');
+    EXPECT_EQ(std::string(text, length + 1), std::string(bytes, 3) + '\0');
     lua_settop(L, 0);
-}
 
-TEST_F(StringId, CollectedStringsLoseTheirIdentifier)
-{
-    std::string text = "kelo-transient-" + std::to_string(reinterpret_cast<uintptr_t>(this));
-    lua_pushstring(L, text.c_str());
+    const std::string transient = "kelo-transient-text";
+    lua_pushstring(L, transient.c_str());
     luaKelo_top_string_setKeloID(L, 99);
     lua_pop(L, 1);
     lua_gc(L, LUA_GCCOLLECT, 0);
-    EXPECT_EQ(luaKelo_string_exists(L, text.c_str(), -1), nullptr);
-    LuaString* fresh = luaKelo_string_new(L, text.c_str(), -1);
-    EXPECT_EQ(luaKelo_string_getKeloID(fresh), 0u);
+    EXPECT_EQ(luaKelo_string_exists(L, transient.c_str(), -1), nullptr);
+    EXPECT_EQ(luaKelo_string_getKeloID(luaKelo_string_new(L, transient.c_str(), -1)), 0u);
 }
 
 TEST_F(StringId, ManyNewStringsGrowTheTable)
@@ -76,10 +60,8 @@ TEST_F(StringId, ManyNewStringsGrowTheTable)
         lua_pushstring(L, s.c_str());
         lua_rawseti(L, LUA_REGISTRYINDEX, 1000 + i);
     }
-    for (int i = 0; i < 5000; i += 499) {
-        std::string s = "k" + std::to_string(i);
-        EXPECT_NE(luaKelo_string_exists(L, s.c_str(), -1), nullptr) << s;
-    }
+    for (int i = 0; i < 5000; i += 499)
+        EXPECT_NE(luaKelo_string_exists(L, ("k" + std::to_string(i)).c_str(), -1), nullptr) << i;
 }
 
 } // namespace

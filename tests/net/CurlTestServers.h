@@ -1,29 +1,19 @@
 #ifndef KELO_TESTS_NET_CURLTESTSERVERS_H
 #define KELO_TESTS_NET_CURLTESTSERVERS_H
-// Test helpers (header-only, usable from any test program) for the loopback servers:
-//
-//   KeloTest::PortServer      a child process whose first line of standard output is the port
-//                             it listens on; start() waits for that line, the destructor stops
-//                             the process (SIGTERM, then waits for it).
-//   KeloTest::startHttpServer tests/fixtures/http_server.py (plain or TLS, see its options).
-//   KeloTest::startNginx      tests/fixtures/nginx/run-nginx.sh serving a directory.
-//   KeloTest::testPkiDir      the test PKI of tools/make-test-pki.sh, made once per build tree
-//                             (beside the build's bin/ directory) and reused.
-//   KeloTest::WithHttpServer  a GoogleTest base whose suite shares one plain http_server.py.
-//   KeloTest::patternBytes    the bytes http_server.py serves from /bytes/N.
+// Loopback servers for tests: PortServer runs a child process whose first line of standard
+// output is the port it listens on (127.0.0.1 only); start() waits for that line and the
+// destructor stops the process group (SIGTERM, then waits). startHttpServer runs
+// tests/fixtures/http_server.py, plain or TLS; testPkiDir is the test PKI of
+// tools/make-test-pki.sh, made once per build tree; startNginx serves a directory with nginx;
+// WithHttpServer gives a suite one shared plain server. Failures come back as the return value
+// with a reason in lastError().
 //
 //     KeloTest::PortServer server;
 //     ASSERT_TRUE(KeloTest::startHttpServer(server, {}));
 //     std::string url = server.url("/fixed");   // "http://127.0.0.1:PORT/fixed"
-//
-// Failures are reported through the return value with a reason in lastError(); nothing
-// throws. Servers listen on 127.0.0.1 only.
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <string>
@@ -47,56 +37,33 @@ public:
         stop();
         m_tls = tls;
         int pipeFds[2];
-        if (pipe(pipeFds) != 0) {
+        if (pipe(pipeFds) != 0)
             return fail("pipe failed");
-        }
-        const pid_t pid = fork();
-        if (pid < 0) {
-            close(pipeFds[0]);
-            close(pipeFds[1]);
-            return fail("fork failed");
-        }
-        if (pid == 0) {
+        m_pid = fork();
+        if (m_pid == 0) {
             setpgid(0, 0); // own group: stop() reaches the server's children too
             dup2(pipeFds[1], STDOUT_FILENO);
             close(pipeFds[0]);
             close(pipeFds[1]);
             std::vector<char*> args;
-            for (const std::string& arg : argv) {
+            for (const std::string& arg : argv)
                 args.push_back(const_cast<char*>(arg.c_str()));
-            }
             args.push_back(nullptr);
             execv(args[0], args.data());
             _exit(127);
         }
-        m_pid = pid;
         close(pipeFds[1]);
-        std::string line;
-        bool gotLine = false;
-        while (!gotLine) {
-            pollfd fd{pipeFds[0], POLLIN, 0};
-            if (::poll(&fd, 1, waitMs) <= 0) {
-                break;
-            }
-            char c;
-            if (read(pipeFds[0], &c, 1) != 1) {
-                break;
-            }
-            if (c == '\n') {
-                gotLine = true;
-            } else {
-                line += c;
-            }
-        }
-        // Later output is not read; /dev/null would do as well, but the pipe must stay open
-        // for a writer that prints more.
+        // The pipe stays open after the line: a server that prints more must not fail.
         m_outFd = pipeFds[0];
-        m_port = gotLine ? atoi(line.c_str()) : 0;
-        if (m_port <= 0) {
-            stop();
-            return fail("no port line from " + argv[0]);
-        }
-        return true;
+        if (m_pid < 0)
+            return fail("fork failed");
+        std::string line;
+        char c = 0;
+        pollfd fd{m_outFd, POLLIN, 0};
+        while (::poll(&fd, 1, waitMs) > 0 && read(m_outFd, &c, 1) == 1 && c != '\n')
+            line += c;
+        m_port = c == '\n' ? atoi(line.c_str()) : 0;
+        return m_port > 0 || fail("no port line from " + argv[0]);
     }
 
     void stop()
@@ -107,17 +74,15 @@ public:
             int status = 0;
             while (waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
             }
-            m_pid = -1;
         }
-        if (m_outFd >= 0) {
+        if (m_outFd >= 0)
             close(m_outFd);
-            m_outFd = -1;
-        }
+        m_pid = -1;
+        m_outFd = -1;
         m_port = 0;
     }
 
     int port() const { return m_port; }
-    pid_t pid() const { return m_pid; }
     std::string url(const std::string& path) const
     {
         return std::string(m_tls ? "https" : "http") + "://127.0.0.1:" + std::to_string(m_port) +
@@ -128,6 +93,7 @@ public:
 private:
     bool fail(const std::string& why)
     {
+        stop();
         m_error = why;
         return false;
     }
@@ -149,15 +115,15 @@ inline bool startHttpServer(PortServer& server, const std::vector<std::string>& 
 {
     std::vector<std::string> argv = {"/usr/bin/python3",
                                      fixturePath("tests/fixtures/http_server.py")};
+    argv.insert(argv.end(), options.begin(), options.end());
     bool tls = false;
-    for (const std::string& option : options) {
-        argv.push_back(option);
+    for (const std::string& option : options)
         tls = tls || option == "--cert";
-    }
     return server.start(argv, tls);
 }
 
-// nginx serving `rootDir`; `rate` as nginx's limit_rate ("0": none).
+// nginx serving `rootDir` (tests/fixtures/nginx/run-nginx.sh); `rate` as nginx's limit_rate
+// ("0": none).
 inline bool startNginx(PortServer& server, const std::string& rootDir,
                        const std::string& rate = "0")
 {
@@ -195,9 +161,8 @@ inline std::vector<std::string> tlsOptions(const std::string& name)
 inline std::string patternBytes(size_t first, size_t count)
 {
     std::string out(count, '\0');
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i)
         out[i] = static_cast<char>((first + i) % 256);
-    }
     return out;
 }
 

@@ -6,6 +6,7 @@
 #include "kapi/net/System.h"
 #include "kapi/net/Timeout.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -81,7 +82,8 @@ struct RecordingSubsystem : Kapi::Net::Subsystem
     pthread_t stopThread{};
 };
 
-// Counts events from any thread; waitFor() blocks until a count is reached.
+// Counts events from any thread; waitFor() blocks until a count is reached (false when it is
+// not within a 30 s hang guard).
 class Counter
 {
 public:
@@ -91,10 +93,10 @@ public:
         ++m_count;
         m_changed.notify_all();
     }
-    void waitFor(unsigned count)
+    bool waitFor(unsigned count)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_count >= count; });
+        return m_changed.wait_for(lock, std::chrono::seconds(30), [&] { return m_count >= count; });
     }
     unsigned get()
     {

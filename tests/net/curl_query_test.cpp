@@ -11,6 +11,7 @@
 #include "net/CurlTestServers.h"
 #include "support/LogCapture.h"
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <gtest/gtest.h>
@@ -25,14 +26,6 @@ using KeloTest::patternBytes;
 
 namespace {
 
-class CurlQueryTest : public KeloTest::WithHttpServer<KeloTest::CurlLayerTest>
-{
-protected:
-    void TearDown() override { EXPECT_EQ(CurlQuery::getNumCurlQueries(), 0); }
-
-    KeloTest::QueueCallMeFactory m_factory;
-};
-
 struct RecordingListener : CurlListener
 {
     void queryFinished(int code, const std::string& body) override
@@ -46,23 +39,50 @@ struct RecordingListener : CurlListener
     std::string lastBody;
 };
 
-// Occupies a one-task processor until released, so later tasks stay queued.
-class GateTask : public Kapi::IOTask
+class CurlQueryTest : public KeloTest::WithHttpServer<KeloTest::CurlLayerTest>
 {
-public:
-    GateTask(std::shared_future<void> open, std::promise<void>* running)
-        : IOTask(99), m_open(std::move(open)), m_running(running)
+protected:
+    void TearDown() override
     {
+        EXPECT_EQ(CurlQuery::getNumCurlQueries(), 0);
+        KeloTest::CurlLayerTest::TearDown();
     }
-    void work() override
+    // Schedules the handle on a two-thread processor and runs its report.
+    void run(CurlHandle& handle, RecordingListener& listener)
     {
-        m_running->set_value();
-        m_open.wait();
+        handle.setListener(&listener);
+        handle.schedule(&m_processor);
+        ASSERT_TRUE(m_factory.runOne());
+    }
+    // Occupies a one-thread processor until `open` is set, so later tasks stay queued.
+    static void block(Kapi::TaskProcessor& processor, std::shared_future<void> open)
+    {
+        struct GateTask : Kapi::IOTask
+        {
+            GateTask(std::shared_future<void> open, std::promise<void>* running)
+                : IOTask(99), open(std::move(open)), running(running)
+            {
+            }
+            void work() override
+            {
+                running->set_value();
+                open.wait();
+            }
+            std::shared_future<void> open;
+            std::promise<void>* running;
+        };
+        std::promise<void> running;
+        processor.schedule(new GateTask(std::move(open), &running), Kapi::Timer::now());
+        running.get_future().wait();
+    }
+    bool logged(const LogCapture& capture, const std::string& line)
+    {
+        const std::vector<std::string> lines = capture.summary();
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 
-private:
-    std::shared_future<void> m_open;
-    std::promise<void>* m_running;
+    KeloTest::QueueCallMeFactory m_factory;
+    Kapi::TaskProcessor m_processor{2};
 };
 
 struct StreamingListener : CurlEasy::PacketListener
@@ -76,38 +96,34 @@ struct StreamingListener : CurlEasy::PacketListener
 };
 
 // A task that reports through its own call-me, for driving CurlTask directly.
-struct DirectTask
+struct DirectTask : Kapi::Stream::ChangeListener
 {
-    explicit DirectTask(KeloTest::QueueCallMeFactory& factory, unsigned maxSize = 4096)
-        : callMe(factory.create())
+    explicit DirectTask(KeloTest::QueueCallMeFactory& factory, const std::string& url)
+        : callMe(factory.create()), task(callMe.get(), &alive, &result, &body, 4096, nullptr, true)
     {
-        callMe->setChangeListener(&counter);
-        task = std::make_unique<CurlTask>(callMe.get(), &alive, &result, &body, maxSize, nullptr,
-                                          true);
+        callMe->setChangeListener(this);
+        task.setUrl(url);
     }
-    struct Counter : Kapi::Stream::ChangeListener
-    {
-        void changed() override { ++count; }
-        int count = 0;
-    } counter;
+    void changed() override { ++reports; }
+
+    int reports = 0;
     std::unique_ptr<Kapi::Stream::CallMe> callMe;
     std::atomic<bool> alive{true};
     int result = 206;
     std::string body = "untouched";
-    std::unique_ptr<CurlTask> task;
+    CurlTask task;
 };
 
 } // namespace
 
 TEST_F(CurlQueryTest, HandleReportsTheBodyOnTheFactorysThread)
 {
-    Kapi::TaskProcessor processor(2);
     RecordingListener listener;
     {
         CurlHandle handle(&m_factory, 100000, true);
         handle.setUrl(url("/bytes/50000"));
         handle.setListener(&listener);
-        handle.schedule(&processor);
+        handle.schedule(&m_processor);
         EXPECT_TRUE(handle.isScheduled());
         EXPECT_EQ(CurlQuery::getNumCurlQueries(), 1);
         ASSERT_TRUE(m_factory.runOne());
@@ -117,71 +133,45 @@ TEST_F(CurlQueryTest, HandleReportsTheBodyOnTheFactorysThread)
         EXPECT_TRUE(handle.getQuery()->isFinished());
     }
     EXPECT_EQ(CurlQuery::getNumCurlQueries(), 0);
-}
 
-TEST_F(CurlQueryTest, FailedQueryReportsItsCodeWithAnEmptyBody)
-{
-    Kapi::TaskProcessor processor(1);
-    RecordingListener listener;
-    CurlHandle handle(&m_factory, 100, false); // the blocking kind this time
-    handle.setUrl(url("/bytes/101"));
-    handle.setListener(&listener);
-    handle.schedule(&processor);
-    ASSERT_TRUE(m_factory.runOne());
+    CurlHandle failing(&m_factory, 100, false); // the blocking kind this time
+    failing.setUrl(url("/bytes/101"));
+    run(failing, listener);
     EXPECT_EQ(listener.lastCode, 23);
     EXPECT_EQ(listener.lastBody, "");
 }
 
-TEST_F(CurlQueryTest, PostAndHeadersReachTheServer)
+TEST_F(CurlQueryTest, PostHeadersAndResumeOffsetsReachTheServer)
 {
-    Kapi::TaskProcessor processor(1);
-    RecordingListener listener;
+    RecordingListener post;
     CurlHandle handle(&m_factory, 100000, true);
     handle.setUrl(url("/echo"));
     handle.setData("question", "text/x-question", "text/x-answer");
     handle.addHeader("X-Extra", "one");
     handle.setTimeout(30);
-    handle.setListener(&listener);
-    handle.schedule(&processor);
-    ASSERT_TRUE(m_factory.runOne());
-    ASSERT_EQ(listener.lastCode, 0);
-    EXPECT_NE(listener.lastBody.find("\"body\": \"question\""), std::string::npos);
-    EXPECT_NE(listener.lastBody.find("[\"X-Extra\", \"one\"]"), std::string::npos);
-    EXPECT_NE(listener.lastBody.find("[\"Content-Type\", \"text/x-question\"]"), std::string::npos);
-}
+    handle.setResumeFrom(0); // offset zero sends no range
+    run(handle, post);
+    ASSERT_EQ(post.lastCode, 0);
+    EXPECT_NE(post.lastBody.find("\"body\": \"question\""), std::string::npos);
+    EXPECT_NE(post.lastBody.find("[\"X-Extra\", \"one\"]"), std::string::npos);
+    EXPECT_NE(post.lastBody.find("[\"Content-Type\", \"text/x-question\"]"), std::string::npos);
+    EXPECT_EQ(post.lastBody.find("\"Range\""), std::string::npos) << post.lastBody;
 
-TEST_F(CurlQueryTest, ResumeOffsetZeroSendsNoRangeButAnOffsetDoes)
-{
-    Kapi::TaskProcessor processor(1);
-    RecordingListener noRange;
-    RecordingListener withRange;
-    CurlHandle first(&m_factory, 100000, true);
-    first.setUrl(url("/echo"));
-    first.setResumeFrom(0);
-    first.setListener(&noRange);
-    first.schedule(&processor);
+    RecordingListener ranged;
     CurlHandle second(&m_factory, 100000, true);
     second.setUrl(url("/echo"));
     second.setResumeFrom(10);
-    second.setListener(&withRange);
-    second.schedule(&processor);
-    ASSERT_TRUE(m_factory.runOne());
-    ASSERT_TRUE(m_factory.runOne());
-    EXPECT_EQ(noRange.lastCode, 0);
-    EXPECT_EQ(noRange.lastBody.find("\"Range\""), std::string::npos) << noRange.lastBody;
-    EXPECT_NE(withRange.lastBody.find("[\"Range\", \"bytes=10-\"]"), std::string::npos);
+    run(second, ranged);
+    EXPECT_NE(ranged.lastBody.find("[\"Range\", \"bytes=10-\"]"), std::string::npos);
 }
 
 TEST_F(CurlQueryTest, StreamingQueryHandsTheBodyToItsPacketListener)
 {
-    Kapi::TaskProcessor processor(1);
     StreamingListener stream;
     RecordingListener listener;
     CurlHandle handle(&m_factory, &stream, true);
     handle.setUrl(url("/bytes/100000"));
-    handle.setListener(&listener);
-    handle.schedule(&processor);
-    ASSERT_TRUE(m_factory.runOne());
+    run(handle, listener);
     EXPECT_EQ(listener.lastCode, 0);
     EXPECT_EQ(listener.lastBody, "");
     EXPECT_EQ(stream.body, patternBytes(0, 100000));
@@ -192,9 +182,7 @@ TEST_F(CurlQueryTest, HandleDroppedBeforeItsTaskRanLeavesAStaleQueryThatFreesIts
     LogCapture capture(VLOGSRC_KAPI_NET, VLOG_INFO);
     Kapi::TaskProcessor processor(1);
     std::promise<void> open;
-    std::promise<void> gateRunning;
-    processor.schedule(new GateTask(open.get_future().share(), &gateRunning), Kapi::Timer::now());
-    gateRunning.get_future().wait();
+    block(processor, open.get_future().share());
 
     RecordingListener listener;
     auto handle = std::make_unique<CurlHandle>(&m_factory, 4096u, true);
@@ -204,37 +192,31 @@ TEST_F(CurlQueryTest, HandleDroppedBeforeItsTaskRanLeavesAStaleQueryThatFreesIts
     handle.reset(); // the owner goes before the task ran
     EXPECT_EQ(CurlQuery::getNumCurlQueries(), 1);
     open.set_value();
-    ASSERT_TRUE(m_factory.runOne()); // the query's changed(): nobody listens, it deletes itself
+    // The query's changed(): nobody listens, so it deletes itself.
+    ASSERT_TRUE(m_factory.runOne());
     EXPECT_EQ(listener.calls, 0);
     EXPECT_EQ(CurlQuery::getNumCurlQueries(), 0);
-    bool logged = false;
-    for (const std::string& line : capture.summary()) {
-        logged = logged || line == "kapi_net.info: Cancelling stale CURL query to " + url("/fixed");
-    }
-    EXPECT_TRUE(logged);
+    EXPECT_TRUE(logged(capture, "kapi_net.info: Cancelling stale CURL query to " + url("/fixed")));
 }
 
-TEST_F(CurlQueryTest, StaleTaskReportsWithoutTouchingTheResult)
+TEST_F(CurlQueryTest, StaleOrLongDelayedTasksReportWithoutTouchingTheResult)
 {
-    DirectTask direct(m_factory);
-    direct.task->setUrl(url("/fixed"));
-    direct.alive = false;
-    direct.task->work();
-    EXPECT_EQ(direct.result, 206);
-    EXPECT_EQ(direct.body, "untouched");
+    DirectTask stale(m_factory, url("/fixed"));
+    stale.alive = false;
+    stale.task.work();
+    EXPECT_EQ(stale.result, 206);
+    EXPECT_EQ(stale.body, "untouched");
     ASSERT_TRUE(m_factory.runOne());
-    EXPECT_EQ(direct.counter.count, 1);
-}
+    EXPECT_EQ(stale.reports, 1);
 
-TEST_F(CurlQueryTest, TaskQueuedLongerThanHalfItsTimeoutIsCancelled)
-{
+    // Queued longer than half its timeout: cancelled.
     LogCapture capture(VLOGSRC_KAPI_NET, VLOG_INFO);
-    DirectTask direct(m_factory);
-    direct.task->setUrl(url("/fixed"));
-    direct.task->setTimeout(10, Kapi::Timer::now() - 6 * 1000000LL - 100000);
-    direct.task->work();
-    EXPECT_EQ(direct.result, 206);
+    DirectTask delayed(m_factory, url("/fixed"));
+    delayed.task.setTimeout(10, Kapi::Timer::now() - 6 * 1000000LL - 100000);
+    delayed.task.work();
+    EXPECT_EQ(delayed.result, 206);
     ASSERT_TRUE(m_factory.runOne());
+    EXPECT_EQ(delayed.reports, 1);
     ASSERT_FALSE(capture.summary().empty());
     EXPECT_EQ(capture.summary()[0],
               "kapi_net.info: Query delayed by 6s (more than 5s), cancelling " + url("/fixed"));
@@ -243,18 +225,13 @@ TEST_F(CurlQueryTest, TaskQueuedLongerThanHalfItsTimeoutIsCancelled)
 TEST_F(CurlQueryTest, TaskQueuedHalfItsTimeoutRunsWithWhatIsLeft)
 {
     LogCapture capture(VLOGSRC_KAPI_NET, VLOG_DEBUG);
-    DirectTask direct(m_factory);
-    direct.task->setUrl(url("/fixed"));
-    direct.task->setTimeout(10, Kapi::Timer::now() - 5 * 1000000LL - 100000);
-    direct.task->work();
+    DirectTask direct(m_factory, url("/fixed"));
+    direct.task.setTimeout(10, Kapi::Timer::now() - 5 * 1000000LL - 100000);
+    direct.task.work();
     EXPECT_EQ(direct.result, 0);
     EXPECT_EQ(direct.body, "Hello from the loopback server\n");
-    bool logged = false;
-    for (const std::string& line : capture.summary()) {
-        logged = logged || line == "kapi_net.debug: Query was scheduled with 10s timeout 5s ago, "
-                                   "using 5s as curl timeout";
-    }
-    EXPECT_TRUE(logged);
+    EXPECT_TRUE(logged(capture, "kapi_net.debug: Query was scheduled with 10s timeout 5s ago, "
+                                "using 5s as curl timeout"));
 }
 
 TEST_F(CurlQueryTest, TaskWithNowhereToPutTheBodyFetchesNothing)
@@ -268,7 +245,7 @@ TEST_F(CurlQueryTest, TaskWithNowhereToPutTheBodyFetchesNothing)
     EXPECT_EQ(m_factory.queued(), 1u);
 }
 
-TEST_F(CurlQueryTest, HandleNeverScheduledFreesItsQueryAndTask)
+TEST_F(CurlQueryTest, QueriesNeverScheduledOrWithoutACallMeFreeThemselves)
 {
     {
         CurlHandle handle(&m_factory, 4096u, true);
@@ -277,6 +254,18 @@ TEST_F(CurlQueryTest, HandleNeverScheduledFreesItsQueryAndTask)
     }
     EXPECT_EQ(CurlQuery::getNumCurlQueries(), 0);
     EXPECT_EQ(m_factory.queued(), 0u);
+
+    struct NoThreadFactory : Kapi::Stream::CallMeFactory
+    {
+        Kapi::Stream::CallMe* create() const override { return nullptr; }
+    } factory;
+    {
+        Kapi::TaskProcessor processor(1);
+        CurlHandle handle(&factory, 4096u, true);
+        handle.setUrl(url("/fixed"));
+        handle.schedule(&processor); // never runs
+    }
+    EXPECT_EQ(CurlQuery::getNumCurlQueries(), 0);
 }
 
 TEST_F(CurlQueryTest, TaskDroppedUnrunReports206)
@@ -286,39 +275,20 @@ TEST_F(CurlQueryTest, TaskDroppedUnrunReports206)
     handle.setUrl(url("/fixed"));
     handle.setListener(&listener);
     std::promise<void> open;
-    std::promise<void> gateRunning;
     // The processor's destruction drops the queued curl task (its CallMe fires) and then
     // waits for the gate, which opens only after that.
     std::thread opener([&] {
-        while (m_factory.queued() == 0) {
+        while (m_factory.queued() == 0)
             Kapi::Thread::sleep(1000);
-        }
         open.set_value();
     });
     {
         Kapi::TaskProcessor processor(1);
-        processor.schedule(new GateTask(open.get_future().share(), &gateRunning),
-                           Kapi::Timer::now());
-        gateRunning.get_future().wait();
+        block(processor, open.get_future().share());
         handle.schedule(&processor);
     }
     opener.join();
     ASSERT_TRUE(m_factory.runOne());
     EXPECT_EQ(listener.calls, 1);
     EXPECT_EQ(listener.lastCode, 206);
-}
-
-TEST_F(CurlQueryTest, QueryWithoutACallMeNeverRuns)
-{
-    struct NoThreadFactory : Kapi::Stream::CallMeFactory
-    {
-        Kapi::Stream::CallMe* create() const override { return nullptr; }
-    } factory;
-    Kapi::TaskProcessor processor(1);
-    {
-        CurlHandle handle(&factory, 4096u, true);
-        handle.setUrl(url("/fixed"));
-        handle.schedule(&processor);
-    }
-    EXPECT_EQ(CurlQuery::getNumCurlQueries(), 0);
 }

@@ -18,8 +18,21 @@ using Kapi::Net::CurlAsync;
 using Kapi::Net::SslParams;
 using KeloTest::pkiFile;
 using KeloTest::tlsOptions;
+using Lines = std::vector<std::string>;
 
 namespace {
+
+constexpr int kAnyFailure = -1;
+
+// A server certificate with extra http_server.py options, how strictly it is checked, and the
+// transfer's result (kAnyFailure: some nonzero code).
+struct ChainCase
+{
+    const char* cert;
+    Lines extra;
+    bool strict;
+    int code;
+};
 
 class CurlTlsTest : public KeloTest::CurlLayerTest
 {
@@ -27,12 +40,12 @@ protected:
     static void SetUpTestSuite() { ASSERT_FALSE(KeloTest::testPkiDir().empty()); }
 
     // One GET of /fixed from a TLS server started with `options`; `setUp` configures TLS.
-    int fetch(const std::vector<std::string>& options, const std::function<void(CurlAsync&)>& setUp)
+    int fetch(const Lines& options, const std::function<void(CurlAsync&)>& setUp)
     {
         KeloTest::PortServer server;
         if (!KeloTest::startHttpServer(server, options)) {
             ADD_FAILURE() << server.lastError();
-            return -1;
+            return -2;
         }
         CurlAsync request(pool());
         request.setUrl(server.url("/fixed"));
@@ -44,75 +57,76 @@ protected:
         }
         return code;
     }
-    int fetchWithCaFile(const std::vector<std::string>& options, bool strict,
-                        const std::string& ca = pkiFile("ca.pem"))
+    void check(const ChainCase& c, const std::function<void(CurlAsync&)>& setUp)
     {
-        return fetch(options, [&](CurlAsync& r) { r.setCertFiles(ca, "", "", strict); });
-    }
-    int fetchWithParams(const std::vector<std::string>& options, SslParams& params)
-    {
-        return fetch(options, [&](CurlAsync& r) { r.setSslParams(&params); });
+        SCOPED_TRACE(std::string(c.cert) + (c.strict ? " strict" : " tolerant") +
+                     (c.extra.empty() ? "" : " " + c.extra[0] + " " + c.extra[1]));
+        Lines options = tlsOptions(c.cert);
+        options.insert(options.end(), c.extra.begin(), c.extra.end());
+        const int code = fetch(options, setUp);
+        if (c.code == kAnyFailure) {
+            EXPECT_NE(code, 0);
+        } else {
+            EXPECT_EQ(code, c.code);
+        }
     }
 };
 
-std::vector<std::string> withOptions(std::vector<std::string> base,
-                                     const std::vector<std::string>& more)
-{
-    base.insert(base.end(), more.begin(), more.end());
-    return base;
-}
-
 } // namespace
 
-TEST_F(CurlTlsTest, ValidChainIsAcceptedStrictAndTolerant)
+TEST_F(CurlTlsTest, ChainsCheckedWithACaFileFollowTheStrictFlagForTimesOnly)
 {
-    EXPECT_EQ(fetchWithCaFile(tlsOptions("server"), true), 0);
-    EXPECT_EQ(fetchWithCaFile(tlsOptions("server"), false), 0);
+    const Lines clientCa = {"--client-ca", pkiFile("ca-bundle.pem")};
+    const ChainCase cases[] = {
+        {"server", {}, true, 0},
+        {"server", {}, false, 0},
+        {"expired", {}, true, 60},
+        {"expired", {}, false, 0},
+        {"notyet", {}, true, 60},
+        {"notyet", {}, false, 0},
+        {"foreign-server", {}, true, kAnyFailure},
+        {"foreign-server", {}, false, kAnyFailure}, // even the tolerant check
+        {"server", {"--tls-max", "1.0"}, true, 0},
+        {"server", {"--tls-min", "1.1", "--tls-max", "1.1"}, true, 0},
+        {"server", {"--tls-min", "1.3"}, true, 0},
+        {"server", clientCa, true, kAnyFailure}, // the server requires a client certificate
+    };
+    for (const ChainCase& c : cases)
+        check(c, [&](CurlAsync& r) { r.setCertFiles(pkiFile("ca.pem"), "", "", c.strict); });
+    check({"server", clientCa, true, 0}, [](CurlAsync& r) {
+        r.setCertFiles(pkiFile("ca.pem"), pkiFile("client-chain.pem"), pkiFile("client.key"), true);
+    });
 }
 
-TEST_F(CurlTlsTest, ExpiredOrNotYetValidCertificateIsRefusedWhenStrictOnly)
+TEST_F(CurlTlsTest, ChainsCheckedWithSslParamsFollowTheStrictFlagForTimesOnly)
 {
-    EXPECT_EQ(fetchWithCaFile(tlsOptions("expired"), true), 60);
-    EXPECT_EQ(fetchWithCaFile(tlsOptions("expired"), false), 0);
-    EXPECT_EQ(fetchWithCaFile(tlsOptions("notyet"), true), 60);
-    EXPECT_EQ(fetchWithCaFile(tlsOptions("notyet"), false), 0);
+    SslParams params;
+    ASSERT_EQ(params.addTrustedCertsFromFile(pkiFile("ca-bundle.pem")), 2);
+    const ChainCase cases[] = {
+        {"server", {}, true, 0},
+        {"expired", {}, true, kAnyFailure},
+        {"foreign-server", {}, true, kAnyFailure},
+        {"server", {"--tls-max", "1.0"}, true, 0},
+        {"expired", {}, false, 0},
+        {"notyet", {}, false, 0},
+        {"foreign-server", {}, false, kAnyFailure},
+    };
+    for (const ChainCase& c : cases) {
+        params.mStrict = c.strict;
+        check(c, [&](CurlAsync& r) { r.setSslParams(&params); });
+    }
 }
 
-TEST_F(CurlTlsTest, CertificateFromAForeignCaIsRefusedEvenByTheTolerantCheck)
+TEST_F(CurlTlsTest, SslParamsClientCertificateIsPresented)
 {
-    EXPECT_NE(fetchWithCaFile(tlsOptions("foreign-server"), true), 0);
-    EXPECT_NE(fetchWithCaFile(tlsOptions("foreign-server"), false), 0);
-}
-
-TEST_F(CurlTlsTest, TlsOneZeroOnlyServerIsReached)
-{
-    const auto options = withOptions(tlsOptions("server"), {"--tls-max", "1.0"});
-    EXPECT_EQ(fetchWithCaFile(options, true), 0);
     SslParams params;
     ASSERT_EQ(params.addTrustedCertsFromFile(pkiFile("ca.pem")), 1);
-    EXPECT_EQ(fetchWithParams(options, params), 0);
-}
-
-TEST_F(CurlTlsTest, TlsOneOneOnlyAndTlsOneThreeOnlyServersAreReached)
-{
-    EXPECT_EQ(
-        fetchWithCaFile(withOptions(tlsOptions("server"), {"--tls-min", "1.1", "--tls-max", "1.1"}),
-                        true),
-        0);
-    EXPECT_EQ(fetchWithCaFile(withOptions(tlsOptions("server"), {"--tls-min", "1.3"}), true), 0);
-}
-
-TEST_F(CurlTlsTest, ClientCertificateFilesSatisfyAServerThatRequiresOne)
-{
-    const auto options =
-        withOptions(tlsOptions("server"), {"--client-ca", pkiFile("ca-bundle.pem")});
-    EXPECT_EQ(fetch(options,
-                    [](CurlAsync& r) {
-                        r.setCertFiles(pkiFile("ca.pem"), pkiFile("client-chain.pem"),
-                                       pkiFile("client.key"), true);
-                    }),
-              0);
-    EXPECT_NE(fetchWithCaFile(options, true), 0);
+    const auto withParams = [&](CurlAsync& r) { r.setSslParams(&params); };
+    const Lines clientCa = {"--client-ca", pkiFile("ca-bundle.pem")};
+    check({"server", clientCa, true, kAnyFailure}, withParams);
+    // The leaf alone: the server knows the intermediate from its client CA file.
+    ASSERT_TRUE(params.loadCertAndKeyFromFiles(pkiFile("client.pem"), pkiFile("client.key")));
+    check({"server", clientCa, true, 0}, withParams);
 }
 
 TEST_F(CurlTlsTest, UnreadableFilesAreLoggedAndTheTransferFails)
@@ -124,38 +138,12 @@ TEST_F(CurlTlsTest, UnreadableFilesAreLoggedAndTheTransferFails)
                                        "/nonexistent/k.pem", true);
                     }),
               0);
-    const auto lines = capture.summary();
-    const std::vector<std::string> expected = {
-        "kapi_net.error: caCert file \"/nonexistent/ca.pem\" not readable",
-        "kapi_net.error: cert file \"/nonexistent/c.pem\" not readable",
-        "kapi_net.error: key file \"/nonexistent/k.pem\" not readable"};
+    const Lines lines = capture.summary();
     ASSERT_GE(lines.size(), 3u);
-    EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 3), expected);
-}
-
-TEST_F(CurlTlsTest, SslParamsTrustChecksFollowTheStrictFlag)
-{
-    SslParams params;
-    ASSERT_EQ(params.addTrustedCertsFromFile(pkiFile("ca-bundle.pem")), 2);
-    EXPECT_EQ(fetchWithParams(tlsOptions("server"), params), 0);
-    EXPECT_NE(fetchWithParams(tlsOptions("expired"), params), 0);
-    EXPECT_NE(fetchWithParams(tlsOptions("foreign-server"), params), 0);
-    params.mStrict = false;
-    EXPECT_EQ(fetchWithParams(tlsOptions("expired"), params), 0);
-    EXPECT_EQ(fetchWithParams(tlsOptions("notyet"), params), 0);
-    EXPECT_NE(fetchWithParams(tlsOptions("foreign-server"), params), 0);
-}
-
-TEST_F(CurlTlsTest, SslParamsClientCertificateIsPresented)
-{
-    const auto options =
-        withOptions(tlsOptions("server"), {"--client-ca", pkiFile("ca-bundle.pem")});
-    SslParams params;
-    ASSERT_EQ(params.addTrustedCertsFromFile(pkiFile("ca.pem")), 1);
-    EXPECT_NE(fetchWithParams(options, params), 0);
-    // The leaf alone: the server knows the intermediate from its client CA file.
-    ASSERT_TRUE(params.loadCertAndKeyFromFiles(pkiFile("client.pem"), pkiFile("client.key")));
-    EXPECT_EQ(fetchWithParams(options, params), 0);
+    EXPECT_EQ(Lines(lines.begin(), lines.begin() + 3),
+              (Lines{"kapi_net.error: caCert file \"/nonexistent/ca.pem\" not readable",
+                     "kapi_net.error: cert file \"/nonexistent/c.pem\" not readable",
+                     "kapi_net.error: key file \"/nonexistent/k.pem\" not readable"}));
 }
 
 TEST(SslParamsTest, BadPemTextIsLoggedAndLeavesHeldMaterialAlone)
@@ -186,38 +174,35 @@ TEST(SslParamsTest, BadPemTextIsLoggedAndLeavesHeldMaterialAlone)
     EXPECT_EQ(params.getKey(), nullptr);
     EXPECT_EQ(ERR_peek_error(), 0u); // no OpenSSL errors left behind for the next user
 
-    const std::vector<std::string> expected = {
-        "kapi_net.error: SslParams::loadCertFromMemory: Cannot parse certificate",
-        "kapi_net.error: SslParams::loadCertAndKeyFromMemory: Cannot parse key",
-        "kapi_net.error: SslParams::loadCertFromMemory: Cannot parse certificate",
-        "kapi_net.error: SslParams::loadCertAndKeyFromFiles: Cannot load cert /nonexistent/c.pem",
-        "kapi_net.error: SslParams::loadCertAndKeyFromFiles: Cannot load cert /nonexistent/k.pem",
-        "kapi_net.error: SslParams::addTrustedCertsFromMemory: Cannot parse certificate",
-        "kapi_net.error: SslParams::addTrustedCertsFromFile: Cannot load file /nonexistent/ca.pem",
-    };
-    EXPECT_EQ(capture.summary(), expected);
+    EXPECT_EQ(capture.summary(),
+              (Lines{
+                  "kapi_net.error: SslParams::loadCertFromMemory: Cannot parse certificate",
+                  "kapi_net.error: SslParams::loadCertAndKeyFromMemory: Cannot parse key",
+                  "kapi_net.error: SslParams::loadCertFromMemory: Cannot parse certificate",
+                  "kapi_net.error: SslParams::loadCertAndKeyFromFiles: Cannot load cert "
+                  "/nonexistent/c.pem",
+                  "kapi_net.error: SslParams::loadCertAndKeyFromFiles: Cannot load cert "
+                  "/nonexistent/k.pem",
+                  "kapi_net.error: SslParams::addTrustedCertsFromMemory: Cannot parse certificate",
+                  "kapi_net.error: SslParams::addTrustedCertsFromFile: Cannot load file "
+                  "/nonexistent/ca.pem",
+              }));
 }
 
 TEST(SslParamsTest, ServerContextRefusesMissingFilesWithTheirNames)
 {
     LogCapture capture(VLOGSRC_KAPI_NET, VLOG_ERROR);
     ASSERT_FALSE(KeloTest::testPkiDir().empty());
-    EXPECT_EQ(SslParams::makeServerContext("/nonexistent/s.pem", pkiFile("server.key"), "", 2, ""),
-              nullptr);
-    EXPECT_EQ(SslParams::makeServerContext(pkiFile("server.pem"), "/nonexistent/s.key", "", 2, ""),
-              nullptr);
-    EXPECT_EQ(SslParams::makeServerContext(pkiFile("server.pem"), pkiFile("server.key"),
-                                           "/nonexistent/ca.pem", 2, ""),
-              nullptr);
-    const std::vector<std::string> expected = {
-        "kapi_net.error: SslParams::makeServerContext: SSL_CTX_use_certificate_file"
-        "(/nonexistent/s.pem) failed",
-        "kapi_net.error: SslParams::makeServerContext: SSL_CTX_use_PrivateKey_file"
-        "(/nonexistent/s.key) failed",
-        "kapi_net.error: SslParams::makeServerContext: SSL_CTX_load_verify_locations"
-        "(/nonexistent/ca.pem) failed",
-    };
-    EXPECT_EQ(capture.summary(), expected);
+    const std::string cert = pkiFile("server.pem");
+    const std::string key = pkiFile("server.key");
+    EXPECT_EQ(SslParams::makeServerContext("/nonexistent/s.pem", key, "", 2, ""), nullptr);
+    EXPECT_EQ(SslParams::makeServerContext(cert, "/nonexistent/s.key", "", 2, ""), nullptr);
+    EXPECT_EQ(SslParams::makeServerContext(cert, key, "/nonexistent/ca.pem", 2, ""), nullptr);
+    const std::string prefix = "kapi_net.error: SslParams::makeServerContext: ";
+    EXPECT_EQ(capture.summary(),
+              (Lines{prefix + "SSL_CTX_use_certificate_file(/nonexistent/s.pem) failed",
+                     prefix + "SSL_CTX_use_PrivateKey_file(/nonexistent/s.key) failed",
+                     prefix + "SSL_CTX_load_verify_locations(/nonexistent/ca.pem) failed"}));
 }
 
 // Both helpers' contexts over a socket pair: the client verifies the server through
@@ -229,9 +214,8 @@ TEST(SslParamsTest, ClientAndServerContextsHandshakeDownToTlsOneZero)
         SSL_CTX* serverCtx = SslParams::makeServerContext(
             pkiFile("server-chain.pem"), pkiFile("server.key"), pkiFile("ca-bundle.pem"), 3, "");
         ASSERT_NE(serverCtx, nullptr);
-        if (maxVersion != 0) {
+        if (maxVersion != 0)
             SSL_CTX_set_max_proto_version(serverCtx, maxVersion);
-        }
         SSL_CTX* clientCtx = SslParams::makeClientContext();
         ASSERT_NE(clientCtx, nullptr);
         SslParams params;
@@ -247,9 +231,8 @@ TEST(SslParamsTest, ClientAndServerContextsHandshakeDownToTlsOneZero)
         SSL_set_fd(client, fds[1]);
         int serverResult = 0;
         std::thread serverThread([&] { serverResult = SSL_accept(server); });
-        const int clientResult = SSL_connect(client);
+        EXPECT_EQ(SSL_connect(client), 1);
         serverThread.join();
-        EXPECT_EQ(clientResult, 1);
         EXPECT_EQ(serverResult, 1);
         EXPECT_EQ(SSL_get_verify_result(client), X509_V_OK);
         EXPECT_EQ(SSL_version(client), maxVersion != 0 ? maxVersion : TLS1_3_VERSION);

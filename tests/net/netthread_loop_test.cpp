@@ -1,11 +1,12 @@
 // The event loop's timeouts, idle work and life cycle, on a hand-driven clock: the order of the
 // timeout lists, due times and the rounded poll wait, instant items added during a pass, one
-// idle item per iteration, subsystem start/stop order, and what shutDown leaves behind.
+// idle item per iteration, subsystem start/stop order, what shutDown leaves behind, and the
+// call-me factories with the same-thread kind (its changed() runs later in the same pass).
 #include "kapi/net/System.h"
 #include "kapi/net/Timeout.h"
+#include "kapi/net/TimeoutCallMe.h"
 
 #include "NetThreadTestUtil.h"
-#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -13,12 +14,24 @@
 
 using Kapi::Net::System;
 using Kapi::Net::Timeout;
+using Kapi::Net::TimeoutCallMe;
 using NetTest::FakeClock;
 using NetTest::RecordingSubsystem;
 using NetTest::TracedTimeout;
 using Trace = std::vector<std::string>;
 
 namespace {
+
+// Every list, named, in the order a pass runs them (idle work is the loop's, not a pass's).
+const std::pair<const char*, void (Timeout::*)(System*)> kLists[] = {
+    {"thirty", &Timeout::submitThirtySecond},
+    {"twenty", &Timeout::submitTwentySecond},
+    {"one", &Timeout::submitOneSecond},
+    {"tenth", &Timeout::submitTenthSecond},
+    {"hundredth", &Timeout::submitHundredthSecond},
+    {"fast", &Timeout::submitFast},
+    {"instant", &Timeout::submitInstant},
+    {"idle", &Timeout::submitIdle}};
 
 struct LoopFixture : ::testing::Test
 {
@@ -29,29 +42,35 @@ struct LoopFixture : ::testing::Test
         timeouts.push_back(std::make_unique<TracedTimeout>(trace, name));
         return *timeouts.back();
     }
+    // One timeout on every list, submitted in the reverse of the pass order.
+    void submitToEveryList()
+    {
+        for (int i = 7; i >= 0; --i)
+            (make(kLists[i].first).node.*kLists[i].second)(&system);
+    }
+    // Installs subsystems "a" and "b" (before run(): recorded only).
+    void installAB()
+    {
+        for (RecordingSubsystem* subsystem : {&a, &b})
+            EXPECT_TRUE(system.installSubsystem(subsystem));
+    }
 
     Trace trace;
     FakeClock clock;
     System system; // declared after the clock it reads
     std::vector<std::unique_ptr<TracedTimeout>> timeouts;
+    RecordingSubsystem a{trace, "a"}, b{trace, "b"};
 };
 
 } // namespace
 
 TEST_F(LoopFixture, ListsRunInTheirFixedOrderNotTheSubmitOrder)
 {
-    make("instant").node.submitInstant(&system);
-    make("fast").node.submitFast(&system);
-    make("hundredth").node.submitHundredthSecond(&system);
-    make("tenth").node.submitTenthSecond(&system);
-    make("one").node.submitOneSecond(&system);
-    make("twenty").node.submitTwentySecond(&system);
-    make("thirty").node.submitThirtySecond(&system);
-    make("idle").node.submitIdle(&system);
+    submitToEveryList();
     clock.now = 30000000;
     EXPECT_EQ(system.doTimeouts(), 0);
     EXPECT_EQ(trace, (Trace{"thirty", "twenty", "one", "tenth", "hundredth", "fast", "instant"}));
-    EXPECT_TRUE(timeouts.back()->node.isLinked()); // idle work is the loop's, not this pass's
+    EXPECT_TRUE(timeouts.front()->node.isLinked()); // idle work is the loop's, not this pass's
 }
 
 TEST_F(LoopFixture, EachListHasItsOwnDelayAndHeadsAreFifo)
@@ -62,17 +81,15 @@ TEST_F(LoopFixture, EachListHasItsOwnDelayAndHeadsAreFifo)
     first.node.submitTenthSecond(&system);
     clock.now = 2000;
     make("tenth-b").node.submitTenthSecond(&system);
+    const int64 expectedDue[] = {72000, 1002000, 20002000, 30002000, 12000};
     make("fast").node.submitFast(&system);
     make("one").node.submitOneSecond(&system);
     make("twenty").node.submitTwentySecond(&system);
     make("thirty").node.submitThirtySecond(&system);
     make("hundredth").node.submitHundredthSecond(&system);
     EXPECT_EQ(first.node.dueTime(), 101000);
-    EXPECT_EQ(timeouts[2]->node.dueTime(), 72000);
-    EXPECT_EQ(timeouts[3]->node.dueTime(), 1002000);
-    EXPECT_EQ(timeouts[4]->node.dueTime(), 20002000);
-    EXPECT_EQ(timeouts[5]->node.dueTime(), 30002000);
-    EXPECT_EQ(timeouts[6]->node.dueTime(), 12000);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(timeouts[2 + i]->node.dueTime(), expectedDue[i]) << timeouts[2 + i]->name;
 
     // The wait is to the earliest head (hundredth at 12,000), rounded up to whole ms.
     clock.now = 10001;
@@ -82,23 +99,10 @@ TEST_F(LoopFixture, EachListHasItsOwnDelayAndHeadsAreFifo)
     EXPECT_EQ(system.doTimeouts(), 0);
     EXPECT_EQ(trace, (Trace{"tenth-a", "hundredth", "fast"}));
     clock.now = 101999;
-    EXPECT_EQ(system.doTimeouts(), 1); // tenth-b due at 102,000
+    EXPECT_EQ(system.doTimeouts(), 1); // tenth-b due at 102,000: 1 us waits a whole ms
     clock.now = 102000;
     EXPECT_EQ(system.doTimeouts(), 0);
     EXPECT_EQ(trace.back(), "tenth-b");
-}
-
-TEST_F(LoopFixture, TenthSecondFiresAtTheFirstReadingAtLeastItsDueTime)
-{
-    clock.now = 5000000;
-    make("tenth").node.submitTenthSecond(&system);
-    clock.now = 5099999;
-    EXPECT_EQ(system.doTimeouts(), 1); // 1 us ahead still waits a whole millisecond
-    EXPECT_EQ(trace, Trace{});
-    clock.now = 5100000;
-    EXPECT_EQ(system.doTimeouts(), 0);
-    EXPECT_EQ(trace, Trace{"tenth"});
-    EXPECT_EQ(system.doTimeouts(), -1); // nothing left: wait without limit
 }
 
 TEST_F(LoopFixture, ADueTimePassingDuringThePassStartsItAgain)
@@ -110,6 +114,7 @@ TEST_F(LoopFixture, ADueTimePassingDuringThePassStartsItAgain)
     EXPECT_EQ(system.doTimeouts(), 0);
     EXPECT_EQ(trace, Trace{"tenth"});
     EXPECT_EQ(clock.reads, 3u);
+    EXPECT_EQ(system.doTimeouts(), -1); // nothing left: wait without limit
 }
 
 TEST_F(LoopFixture, InstantItemsAddedDuringThePassRunInTheSamePass)
@@ -121,8 +126,7 @@ TEST_F(LoopFixture, InstantItemsAddedDuringThePassRunInTheSamePass)
             again.node.submitInstant(&system);
     };
     again.node.submitInstant(&system);
-    TracedTimeout& other = make("other");
-    other.node.submitInstant(&system);
+    make("other").node.submitInstant(&system);
     EXPECT_EQ(system.doTimeouts(), 0);
     EXPECT_EQ(trace, (Trace{"again", "other", "again", "again"}));
     EXPECT_EQ(system.doTimeouts(), -1);
@@ -149,13 +153,10 @@ TEST_F(LoopFixture, ResubmittingMovesANodeAndCancelUnlinksIt)
     EXPECT_EQ(system.doTimeouts(), -1);
 }
 
-TEST_F(LoopFixture, RunReturnsAtOnceWithNothingToDo)
+TEST_F(LoopFixture, RunStartsTheSubsystemsAndReturnsAtOnceWithNothingToDo)
 {
-    RecordingSubsystem a(trace, "a");
-    RecordingSubsystem b(trace, "b");
-    EXPECT_TRUE(system.installSubsystem(&a));
-    EXPECT_TRUE(system.installSubsystem(&b));
-    EXPECT_EQ(trace, Trace{}); // recorded only; run() starts them
+    installAB();
+    EXPECT_EQ(trace, Trace{}); // run() starts them
     EXPECT_EQ(system.run(), nullptr);
     EXPECT_EQ(trace, (Trace{"a.start", "b.start", "b.stop", "a.stop"}));
     EXPECT_EQ(a.system, &system);
@@ -178,8 +179,7 @@ TEST_F(LoopFixture, TheLoopRunsTimeoutsUntilNothingIsLeftAndReturnsTheExitCode)
 
 TEST_F(LoopFixture, IdleWorkRunsOneItemPerIterationWhenNothingIsDueSoon)
 {
-    TracedTimeout& due = make("tenth");
-    due.node.submitTenthSecond(&system); // 100 ms away: more than the 10 ms idle threshold
+    make("tenth").node.submitTenthSecond(&system); // 100 ms away: over the 10 ms idle threshold
     std::vector<unsigned> readsAtIdle;
     for (int i = 0; i < 3; ++i) {
         TracedTimeout& idle = make("idle" + std::to_string(i));
@@ -198,76 +198,17 @@ TEST_F(LoopFixture, IdleWorkRunsOneItemPerIterationWhenNothingIsDueSoon)
     EXPECT_EQ(readsAtIdle[2] - readsAtIdle[1], 2u);
 }
 
-TEST_F(LoopFixture, ASubsystemThatCannotStartStopsTheOnesBeforeIt)
-{
-    LogCapture capture(VLOGSRC_KAPI_NET, VLOG_DEBUG);
-    RecordingSubsystem a(trace, "a");
-    RecordingSubsystem b(trace, "b", false);
-    RecordingSubsystem c(trace, "c");
-    system.installSubsystem(&a);
-    system.installSubsystem(&b);
-    system.installSubsystem(&c);
-    make("never").node.submitInstant(&system); // cancelled by the shut-down
-    EXPECT_EQ(system.run(), nullptr);
-    EXPECT_EQ(trace, (Trace{"a.start", "b.start", "a.stop"}));
-    char expected[64];
-    snprintf(expected, sizeof(expected), "kapi_net.error: Subsystem %p cannot start",
-             static_cast<void*>(&b));
-    EXPECT_EQ(capture.summary(), Trace{expected});
-}
-
-TEST_F(LoopFixture, InstallAndUninstallWhileRunning)
-{
-    LogCapture capture(VLOGSRC_KAPI_NET, VLOG_DEBUG);
-    RecordingSubsystem late(trace, "late");
-    RecordingSubsystem refused(trace, "refused", false);
-    RecordingSubsystem unknown(trace, "unknown");
-    TracedTimeout& step = make("step");
-    step.then = [&] {
-        EXPECT_TRUE(system.installSubsystem(&late));
-        EXPECT_FALSE(system.installSubsystem(&refused));
-        EXPECT_FALSE(system.uninstallSubsystem(&unknown));
-        EXPECT_TRUE(system.uninstallSubsystem(&late));
-    };
-    step.node.submitInstant(&system);
-    EXPECT_EQ(system.run(), nullptr);
-    EXPECT_EQ(trace, (Trace{"step", "late.start", "refused.start", "late.stop"}));
-    char installLine[96];
-    char uninstallLine[96];
-    snprintf(installLine, sizeof(installLine),
-             "kapi_net.error: System::installSubsystem: cannot start Subsystem %p",
-             static_cast<void*>(&refused));
-    snprintf(uninstallLine, sizeof(uninstallLine),
-             "kapi_net.error: System::uninstallSubsystem: unknown Subsystem %p",
-             static_cast<void*>(&unknown));
-    EXPECT_EQ(capture.summary(), (Trace{installLine, uninstallLine}));
-}
-
 TEST_F(LoopFixture, ShutDownLeavesHundredthSecondAndIdleWorkLinked)
 {
-    RecordingSubsystem a(trace, "a");
-    RecordingSubsystem b(trace, "b");
-    system.installSubsystem(&a);
-    system.installSubsystem(&b);
-    const char* names[] = {"thirty", "twenty",  "one",       "tenth",
-                           "fast",   "instant", "hundredth", "idle"};
-    for (const char* name : names)
-        make(name);
-    timeouts[0]->node.submitThirtySecond(&system);
-    timeouts[1]->node.submitTwentySecond(&system);
-    timeouts[2]->node.submitOneSecond(&system);
-    timeouts[3]->node.submitTenthSecond(&system);
-    timeouts[4]->node.submitFast(&system);
-    timeouts[5]->node.submitInstant(&system);
-    timeouts[6]->node.submitHundredthSecond(&system);
-    timeouts[7]->node.submitIdle(&system);
+    installAB();
+    submitToEveryList();
     int code = 0;
     system.shutDown(&code);
     EXPECT_EQ(trace, (Trace{"b.stop", "a.stop"}));
-    for (int i = 0; i < 6; ++i)
-        EXPECT_FALSE(timeouts[i]->node.isLinked()) << names[i];
-    EXPECT_TRUE(timeouts[6]->node.isLinked());
-    EXPECT_TRUE(timeouts[7]->node.isLinked());
+    for (const auto& timeout : timeouts) {
+        const bool stays = timeout->name == "hundredth" || timeout->name == "idle";
+        EXPECT_EQ(timeout->node.isLinked(), stays) << timeout->name;
+    }
     // The subsystems are gone: a second shut-down stops nobody.
     system.shutDown(&code);
     EXPECT_EQ(trace.size(), 2u);
@@ -288,4 +229,43 @@ TEST_F(LoopFixture, WorkLeftAfterAShutDownStillRuns)
     EXPECT_EQ(system.run(), nullptr);
     // Idle work waits while a due time is within 10 ms.
     EXPECT_EQ(trace, (Trace{"stopper", "hundredth", "idle"}));
+}
+
+TEST_F(LoopFixture, SameThreadCallMesRunLaterInThePassOnceAndFactoriesAreMadeOncePerKind)
+{
+    const Kapi::Stream::CallMeFactory* multi = TimeoutCallMe::getFactory(&system);
+    const Kapi::Stream::CallMeFactory* single = TimeoutCallMe::getSameThreadFactory(&system);
+    EXPECT_NE(multi, nullptr);
+    EXPECT_NE(multi, single);
+    EXPECT_EQ(system.getTimeoutCallMeFactory(), multi);
+    EXPECT_EQ(system.getSameThreadTimeoutCallMeFactory(), single);
+    std::unique_ptr<Kapi::Stream::CallMe> other(multi->create());
+    EXPECT_NE(dynamic_cast<Kapi::Net::TimeoutCallMeMultiThreaded*>(other.get()), nullptr);
+    std::unique_ptr<Kapi::Stream::CallMe> callMe(single->create());
+    ASSERT_NE(dynamic_cast<Kapi::Net::TimeoutCallMeSingleThreaded*>(callMe.get()), nullptr);
+
+    struct Listener : Kapi::Stream::ChangeListener
+    {
+        explicit Listener(Trace& trace) : trace(trace) {}
+        void changed() override { trace.push_back("changed"); }
+        Trace& trace;
+    } listener(trace);
+    callMe->setChangeListener(&listener);
+    TracedTimeout& work = make("work");
+    work.then = [&] {
+        callMe->trigger();
+        callMe->trigger(); // merges with the first
+        trace.push_back("triggered");
+    };
+    work.node.submitInstant(&system);
+    EXPECT_EQ(system.doTimeouts(), 0);
+    EXPECT_EQ(trace, (Trace{"work", "triggered", "changed"}));
+    auto* kind = static_cast<TimeoutCallMe*>(callMe.get());
+    EXPECT_TRUE(kind->hasThreadId());
+    EXPECT_TRUE(pthread_equal(kind->getThreadId(), pthread_self()));
+
+    callMe->trigger();
+    callMe.reset(); // deletion cancels the pending call
+    EXPECT_EQ(system.doTimeouts(), -1);
+    EXPECT_EQ(trace.size(), 3u);
 }

@@ -1,11 +1,12 @@
 // The network thread: start and stop (a hundred times in a row), its log lines, subsystems
 // installed before the start and while the loop runs (always started and stopped on the loop
-// thread), a refused start, posts from several threads at once, and the start-up node with its
-// configuration and priority names.
+// thread), a refused start, posts and call-me triggers from several threads at once, and the
+// start-up node with its configuration and priority names.
 #include "kapi/net/NetworkThread.h"
 #include "kapi/net/NetworkThreadInitNode.h"
 #include "kapi/net/System.h"
 #include "kapi/net/Timeout.h"
+#include "kapi/net/TimeoutCallMe.h"
 #include "kapi/vConfig.h"
 
 #include "NetThreadTestUtil.h"
@@ -14,7 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -31,27 +32,31 @@ namespace {
 
 const std::string kStop = "void Kapi::NetThread::NetworkThread::stop()";
 
-// The nice value of the process's thread called `name`, or 99 when there is none.
+// `format` with the one %p in it filled in.
+std::string withPointer(const char* format, const void* pointer)
+{
+    char line[128];
+    snprintf(line, sizeof(line), format, pointer);
+    return line;
+}
+
+// The nice value of the process's (last listed) thread called `name`; 99 when there is none.
 int niceOfThread(const std::string& name)
 {
-    DIR* tasks = opendir("/proc/self/task");
     int nice = 99;
-    while (dirent* entry = readdir(tasks)) {
-        const std::string dir = std::string("/proc/self/task/") + entry->d_name;
-        std::ifstream comm(dir + "/comm");
-        std::string comName;
-        if (!std::getline(comm, comName) || comName != name)
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream statFile(task.path() / "stat");
+        const std::string stat((std::istreambuf_iterator<char>(statFile)), {});
+        // "tid (name) state ...": the nice value is the 19th field, the 17th after the name.
+        const size_t open = stat.find('('), close = stat.rfind(')');
+        if (open == std::string::npos || stat.substr(open + 1, close - open - 1) != name)
             continue;
-        std::ifstream statFile(dir + "/stat");
-        std::string stat((std::istreambuf_iterator<char>(statFile)), {});
-        std::istringstream fields(stat.substr(stat.rfind(')') + 2));
+        std::istringstream fields(stat.substr(close + 2));
         std::string field;
-        for (int i = 3; i <= 19 && fields >> field; ++i) {
-            if (i == 19)
-                nice = std::stoi(field);
-        }
+        for (int i = 0; i < 17; ++i)
+            fields >> field;
+        nice = std::stoi(field);
     }
-    closedir(tasks);
     return nice;
 }
 
@@ -110,14 +115,12 @@ TEST(NetworkThread, SubsystemsRunOnTheLoopThreadWhenInstalledBeforeOrDuringTheRu
     EXPECT_EQ(trace, (Lines{"early.start", "late.start", "refused.start", "early.stop"}));
     EXPECT_TRUE(pthread_equal(late.startThread, early.startThread));
     EXPECT_TRUE(pthread_equal(early.stopThread, early.startThread));
-    char refusedLine[96], strangerLine[96];
-    snprintf(refusedLine, sizeof(refusedLine),
-             "kapi_net.error: System::installSubsystem: cannot start Subsystem %p",
-             static_cast<void*>(&refused));
-    snprintf(strangerLine, sizeof(strangerLine),
-             "kapi_net.error: System::uninstallSubsystem: unknown Subsystem %p",
-             static_cast<void*>(&stranger));
-    EXPECT_EQ(capture.summary(), (Lines{refusedLine, strangerLine}));
+    EXPECT_EQ(capture.summary(),
+              (Lines{withPointer("kapi_net.error: System::installSubsystem: cannot start "
+                                 "Subsystem %p",
+                                 &refused),
+                     withPointer("kapi_net.error: System::uninstallSubsystem: unknown Subsystem %p",
+                                 &stranger)}));
 
     thread.stop(); // stops what is still installed, on the loop thread
     EXPECT_EQ(trace.back(), "late.stop");
@@ -137,12 +140,10 @@ TEST(NetworkThread, ASubsystemRefusingToStartFailsTheStart)
     {
         LogCapture capture(VLOGSRC_KAPI_NET, VLOG_ERROR);
         EXPECT_FALSE(thread.start("NetworkThread", Kapi::Thread::PRIORITY_NORMAL));
-        char line[64];
-        snprintf(line, sizeof(line), "kapi_net.error: Subsystem %p cannot start",
-                 static_cast<void*>(&refused));
         EXPECT_EQ(capture.summary(),
-                  (Lines{line, "kapi_net.error: NetworkThread::start: Thread could not configure "
-                               "or grab"}));
+                  (Lines{withPointer("kapi_net.error: Subsystem %p cannot start", &refused),
+                         "kapi_net.error: NetworkThread::start: Thread could not configure or "
+                         "grab"}));
     }
     EXPECT_EQ(trace, (Lines{"first.start", "refused.start", "first.stop"}));
     EXPECT_FALSE(thread.isLoopRunning());
@@ -173,15 +174,13 @@ TEST(NetworkThread, PostsFromManyThreadsEachRunOnceOnTheLoopThread)
     constexpr int kThreads = 4;
     constexpr unsigned kRounds = 500;
     std::vector<std::unique_ptr<Poster>> posters;
-    for (int i = 0; i < kThreads; ++i)
-        posters.push_back(std::make_unique<Poster>());
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&, i] {
-            Poster& p = *posters[i];
+        Poster* p = posters.emplace_back(std::make_unique<Poster>()).get();
+        threads.emplace_back([system, p] {
             for (unsigned round = 1; round <= kRounds; ++round) {
-                p.node.submitInstantFromAnotherThread(system);
-                p.runs.waitFor(round); // a round trip: the node is free again after this
+                p->node.submitInstantFromAnotherThread(system);
+                ASSERT_TRUE(p->runs.waitFor(round)); // a round trip: the node is free again
             }
         });
     }
@@ -199,7 +198,7 @@ TEST(NetworkThread, PostsFromManyThreadsEachRunOnceOnTheLoopThread)
     for (int i = 0; i < 1000; ++i)
         burst.node.submitInstantFromAnotherThread(system);
     sentinel.node.submitInstantFromAnotherThread(system);
-    sentinel.runs.waitFor(1);
+    ASSERT_TRUE(sentinel.runs.waitFor(1));
     EXPECT_GE(burst.runs.get(), 1u);
     EXPECT_LE(burst.runs.get(), 1000u);
     // A cancelled post never runs.
@@ -207,40 +206,91 @@ TEST(NetworkThread, PostsFromManyThreadsEachRunOnceOnTheLoopThread)
     cancelled.node.submitInstantFromAnotherThread(system);
     cancelled.node.cancel(system);
     sentinel.node.submitInstantFromAnotherThread(system);
-    sentinel.runs.waitFor(2);
+    ASSERT_TRUE(sentinel.runs.waitFor(2));
     const unsigned cancelledRuns = cancelled.runs.get();
     thread.stop();
     EXPECT_LE(cancelledRuns, 1u); // it may have run before the cancel reached it
     EXPECT_FALSE(cancelled.node.isLinked());
 }
 
+TEST(NetworkThread, CallMesTriggeredFromAnyThreadRunOnTheLoopThreadAndMerge)
+{
+    NetworkThread thread(0);
+    ASSERT_TRUE(thread.start("NetworkThread", Kapi::Thread::PRIORITY_NORMAL));
+    System* system = thread.getSystem();
+    struct CountingListener : Kapi::Stream::ChangeListener
+    {
+        void changed() override
+        {
+            thread = pthread_self();
+            calls.add();
+        }
+        Counter calls;
+        pthread_t thread{};
+    } listener;
+    std::unique_ptr<Kapi::Stream::CallMe> callMe(
+        Kapi::Net::TimeoutCallMe::getFactory(system)->create());
+    callMe->setChangeListener(&listener);
+
+    callMe->trigger();
+    ASSERT_TRUE(listener.calls.waitFor(1));
+    auto* kind = static_cast<Kapi::Net::TimeoutCallMe*>(callMe.get());
+    EXPECT_TRUE(kind->hasThreadId());
+    EXPECT_TRUE(pthread_equal(kind->getThreadId(), listener.thread));
+    EXPECT_FALSE(pthread_equal(listener.thread, pthread_self()));
+
+    // Three threads trigger at once, a round at a time; every round is answered at least once
+    // and triggers that meet a pending call merge into it.
+    constexpr unsigned kRounds = 200;
+    for (unsigned round = 0; round < kRounds; ++round) {
+        const unsigned before = listener.calls.get();
+        std::vector<std::thread> triggers;
+        for (int i = 0; i < 3; ++i)
+            triggers.emplace_back([&] { callMe->trigger(); });
+        for (std::thread& t : triggers)
+            t.join();
+        ASSERT_TRUE(listener.calls.waitFor(before + 1));
+    }
+    const unsigned calls = listener.calls.get();
+    EXPECT_GE(calls, 1 + kRounds);
+    EXPECT_LE(calls, 1 + 3 * kRounds);
+    // Deleted where it runs, on the loop thread, so no pending call can meet a dead object.
+    struct Deleter
+    {
+        static void run(void* self)
+        {
+            Deleter* d = static_cast<Deleter*>(self);
+            d->callMe.reset();
+            d->done.add();
+        }
+        std::unique_ptr<Kapi::Stream::CallMe> callMe;
+        Counter done;
+        Kapi::Net::CrossThreadTimeout node{this, &Deleter::run};
+    } deleter;
+    deleter.callMe = std::move(callMe);
+    deleter.node.submitInstantFromAnotherThread(system);
+    EXPECT_TRUE(deleter.done.waitFor(1));
+    thread.stop();
+}
+
 TEST(NetworkThreadInitNode, ConfigurationChoosesPriorityAndEventCapacity)
 {
     NetworkThreadInitNode* node = NetworkThreadInitNode::getInstance();
-    EXPECT_STREQ(node->name, "NetworkThreadInitNode");
-    EXPECT_EQ(node->numDeps, 0u);
-    struct Case
-    {
-        const char* text;
-        const char* name;
-        int nice;
-    };
-    const Case cases[] = {{"", "low", 15},
-                          {"networkThreadPriority = normal", "normal", 5},
-                          {"networkThreadPriority = sub-medium", "sub-medium", 0},
-                          {"networkThreadPriority = medium", "medium", -5},
-                          {"networkThreadPriority = super-medium", "super-medium", -10},
-                          {"networkThreadPriority = high", "high", -15}};
-    for (const Case& c : cases) {
+    // Without the key the priority is "low".
+    const std::pair<std::string, int> cases[] = {{"low", 15},           {"normal", 5},
+                                                 {"sub-medium", 0},     {"medium", -5},
+                                                 {"super-medium", -10}, {"high", -15}};
+    for (const auto& [name, nice] : cases) {
         Kapi::vConfig config;
-        ASSERT_TRUE(config.fromString(std::string("[misc]\nkapiNetMaxEvents = 77\n") + c.text));
+        ASSERT_TRUE(config.fromString("[misc]\nkapiNetMaxEvents = 77\n" +
+                                      (name == "low" ? "" : "networkThreadPriority = " + name)));
         LogCapture capture(VLOGSRC_KAPI_NET, VLOG_INFO);
-        ASSERT_TRUE(node->start(config)) << c.name;
-        EXPECT_EQ(capture.summary()[0], std::string("kapi_net.info: Starting NetworkThread with ") +
-                                            c.name + " priority");
+        ASSERT_TRUE(node->start(config)) << name;
+        EXPECT_EQ(capture.summary()[0],
+                  "kapi_net.info: Starting NetworkThread with " + name + " priority");
         EXPECT_EQ(node->getNetworkThread()->getSystem()->getMaxEvents(), 77);
-        if (geteuid() == 0 || c.nice >= 0) {
-            EXPECT_EQ(niceOfThread("NetworkThread"), c.nice) << c.name;
+        if (geteuid() == 0 || nice >= 0) {
+            EXPECT_EQ(niceOfThread("NetworkThread"), nice) << name;
         }
         EXPECT_TRUE(node->stop());
         EXPECT_EQ(node->getNetworkThread(), nullptr);

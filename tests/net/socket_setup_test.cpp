@@ -12,24 +12,23 @@
 
 #include "support/LogCapture.h"
 #include "support/RunProcess.h"
+#include "support/TestFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <fstream>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <regex>
 #include <sstream>
 #include <sys/socket.h>
 #include <unistd.h>
-#include "support/TestFiles.h"
 
 using namespace Kapi::Net;
+using KeloTest::readFile;
 using Lines = std::vector<std::string>;
 
-using KeloTest::readFile;
 namespace {
 
 constexpr unsigned kLoopback = 0x7f000001;
@@ -41,7 +40,6 @@ int intOption(int fd, int level, int name)
     EXPECT_EQ(getsockopt(fd, level, name, &value, &length), 0);
     return value;
 }
-
 
 } // namespace
 
@@ -61,6 +59,10 @@ TEST(SocketSetup, OptionsAreTheChosenOnes)
     const int mss = intOption(fd, IPPROTO_TCP, TCP_MAXSEG); // loopback may connect at once
     EXPECT_GT(mss, 0);
     EXPECT_LE(mss, 1000);
+    unsigned short reported = 0;
+    EXPECT_TRUE(client.getMss(&reported));
+    EXPECT_GT(reported, 0);
+    EXPECT_LE(reported, 1000);
     EXPECT_EQ(intOption(fd, SOL_SOCKET, SO_REUSEADDR), 1);
     EXPECT_NE(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
     EXPECT_EQ(intOption(fd, IPPROTO_TCP, TCP_NODELAY), 0);

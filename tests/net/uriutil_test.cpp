@@ -13,7 +13,7 @@
 
 using Kapi::UriUtil;
 
-TEST(UriUtil, SchemesMatchOverTheTextsOwnLength)
+TEST(UriUtil, SchemesMatchOverTheTextsOwnLengthAndHaveNames)
 {
     const std::pair<std::string, UriUtil::Scheme> cases[] = {
         {"file:///tmp/x", UriUtil::SCHEME_FILE},
@@ -43,23 +43,17 @@ TEST(UriUtil, SchemesMatchOverTheTextsOwnLength)
     for (const auto& [uri, scheme] : cases)
         EXPECT_EQ(UriUtil::getScheme(uri), scheme) << uri;
 
+    const char* const names[] = {"file", "http", "https", "kelo", "bundle"};
+    for (int scheme = UriUtil::SCHEME_FILE; scheme <= UriUtil::SCHEME_BUNDLE; ++scheme)
+        EXPECT_STREQ(UriUtil::schemeToString(static_cast<UriUtil::Scheme>(scheme)),
+                     names[scheme - UriUtil::SCHEME_FILE]);
+    for (int scheme : {int(UriUtil::SCHEME_UNKNOWN), int(UriUtil::SCHEME_NONE), 7, -1})
+        EXPECT_EQ(UriUtil::schemeToString(static_cast<UriUtil::Scheme>(scheme)), nullptr);
+
     EXPECT_TRUE(UriUtil::isFileUri("fil:/x"));
     EXPECT_FALSE(UriUtil::isFileUri("/tmp/x"));
     EXPECT_TRUE(UriUtil::isHttpUri("HTTP://h"));
     EXPECT_FALSE(UriUtil::isHttpUri("https://h")); // https is not http here
-}
-
-TEST(UriUtil, SchemeNames)
-{
-    EXPECT_STREQ(UriUtil::schemeToString(UriUtil::SCHEME_FILE), "file");
-    EXPECT_STREQ(UriUtil::schemeToString(UriUtil::SCHEME_HTTP), "http");
-    EXPECT_STREQ(UriUtil::schemeToString(UriUtil::SCHEME_HTTPS), "https");
-    EXPECT_STREQ(UriUtil::schemeToString(UriUtil::SCHEME_KELO), "kelo");
-    EXPECT_STREQ(UriUtil::schemeToString(UriUtil::SCHEME_BUNDLE), "bundle");
-    EXPECT_EQ(UriUtil::schemeToString(UriUtil::SCHEME_UNKNOWN), nullptr);
-    EXPECT_EQ(UriUtil::schemeToString(UriUtil::SCHEME_NONE), nullptr);
-    EXPECT_EQ(UriUtil::schemeToString(static_cast<UriUtil::Scheme>(7)), nullptr);
-    EXPECT_EQ(UriUtil::schemeToString(static_cast<UriUtil::Scheme>(-1)), nullptr);
 }
 
 TEST(UriUtil, FileAddressesEscapeEachSegment)

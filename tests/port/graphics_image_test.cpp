@@ -193,8 +193,9 @@ TEST_F(ImageSurfaceTest, PngDecodesExactlyAsPilDoes)
         DFBSurfacePixelFormat dfbFormat = DSPF_UNKNOWN;
         IDirectFBSurface* dfbSurface = static_cast<SurfaceDfb*>(raw)->dfbSurface();
         dfbSurface->GetPixelFormat(dfbSurface, &dfbFormat);
-        if (std::string(name) == "rgba.png")
+        if (std::string(name) == "rgba.png") {
             EXPECT_EQ(dfbFormat, DSPF_ARGB) << "alpha must survive the decode";
+        }
         EXPECT_EQ(
             largestDifference(*raw, file(std::string(name) + ".rgba"), dfbFormat == DSPF_ARGB), 0);
     }

@@ -1,11 +1,11 @@
 // Child process for the socket tests: behaviour fixed at process start (the cached KKBINDADDR)
 // and system calls observed from outside (strace). No loop runs: creating, binding and
 // connecting sockets needs none.
-//   netsocket_probe options   sets every socket option the layer uses, prints "done"
-//   netsocket_probe bindaddr  prints the cached bind address, the address getIpAddress()
-//                             reports and the local address of a loopback connection
+//   netsocket_probe options     sets every socket option the layer uses, prints "done"
+//   netsocket_probe bindaddr    prints the cached bind address, the address getIpAddress()
+//                               reports and the local address of a loopback connection
 //   netsocket_probe pollerrors  runs a loop whose epoll descriptor is closed under it; the
-//                             loop must end the process with status 1
+//                               loop must end the process with status 1
 #include "kapi/net/BoundTCP.h"
 #include "kapi/net/NetAddress.h"
 #include "kapi/net/SocketTCP.h"
@@ -29,15 +29,13 @@ int options()
 {
     System system;
     BoundTCP server;
-    if (!server.bindTo(&system, 0, kLoopback))
-        return 2;
     SocketTCP client;
-    if (!client.connectTo(&system, kLoopback, server.getLocalPort(), 0, 1000))
-        return 3;
-    client.enableTcpNoDelay();
     SocketUDP udp;
-    if (!udp.bindTo(&system, kLoopback, 0))
-        return 4;
+    if (!server.bindTo(&system, 0, kLoopback) ||
+        !client.connectTo(&system, kLoopback, server.getLocalPort(), 0, 1000) ||
+        !udp.bindTo(&system, kLoopback, 0))
+        return 2;
+    client.enableTcpNoDelay();
     udp.setPmtuDisc(true);
     udp.setPmtuDisc(false);
     printf("done\n");
@@ -52,12 +50,10 @@ int bindAddress()
     printf("ip %s %08x\n", found ? "yes" : "no", ip);
     System system;
     BoundTCP server;
-    if (!server.bindTo(&system, 0, kLoopback))
-        return 2;
-    listen(server->getFd(), 1);
     SocketTCP client;
-    if (!client.connectTo(&system, kLoopback, server.getLocalPort(), 0, 0))
-        return 3;
+    if (!server.bindTo(&system, 0, kLoopback) || listen(server->getFd(), 1) != 0 ||
+        !client.connectTo(&system, kLoopback, server.getLocalPort(), 0, 0))
+        return 2;
     printf("local %08x port %u\n", client.getLocalIP(), unsigned{server.getLocalPort()});
     return 0;
 }
@@ -88,11 +84,12 @@ int pollErrors()
 
 int main(int argc, char** argv)
 {
-    if (argc == 2 && strcmp(argv[1], "options") == 0)
+    const std::string mode = argc == 2 ? argv[1] : "";
+    if (mode == "options")
         return options();
-    if (argc == 2 && strcmp(argv[1], "bindaddr") == 0)
+    if (mode == "bindaddr")
         return bindAddress();
-    if (argc == 2 && strcmp(argv[1], "pollerrors") == 0)
+    if (mode == "pollerrors")
         return pollErrors();
     fprintf(stderr, "usage: netsocket_probe options|bindaddr|pollerrors\n");
     return 1;
