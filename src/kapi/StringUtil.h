@@ -62,6 +62,8 @@ public:
     static bool equals(const std::string& a, const std::string& b, bool ignoreCase = false);
     static int compareTo(const std::string& a, const std::string& b, bool ignoreCase = false);
     static bool containsChar(const std::string& text, char c);
+    // Well-formed UTF-8: shortest forms only, no surrogates, nothing above U+10FFFF.
+    static bool isValidUtf8(const std::string& text);
     static unsigned countChar(const std::string& text, char c);
     // `text` without its first `count` characters (empty when shorter).
     static std::string removeHead(const std::string& text, size_t count);

@@ -121,6 +121,9 @@ TEST(NoteXmlRead, RefusesWhatTheWriterNeverWrites)
         {"<note type=\"\"><a>&undefined;</a></note>", "line 1: "},
         {"<note type=\"\"/><note type=\"\"/>", "line 1: "},
         {"<note type=\"\"><a>\xff</a></note>", "line 1: "},
+        // CDATA bytes reach the reader unchecked: an overlong sequence must still be refused.
+        {"<note type=\"\"><a><![CDATA[\xc1\xa2]]></a></note>",
+         "the value of 'a' is not proper UTF-8"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);

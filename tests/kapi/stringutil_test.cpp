@@ -11,6 +11,7 @@
 #include <ctime>
 #include <map>
 #include <string>
+#include <vector>
 
 using Kapi::StringUtil;
 using Kapi::StringVector;
@@ -183,6 +184,47 @@ TEST(StringUtilJson, PythonDecodesEveryAsciiByteBack)
         StringUtil::makeJsonString(input));
     ASSERT_EQ(python.exitStatus, 0) << python.err;
     EXPECT_EQ(python.out, input);
+}
+
+// Strict UTF-8 as Python's decoder judges it: overlong forms, surrogates, values above U+10FFFF
+// and cut sequences are refused. Each line of the input is one byte string in hex.
+TEST(StringUtilUtf8, AgreesWithPythonsStrictDecoder)
+{
+    std::vector<std::string> samples = {
+        "", "a", "\xc3\xa9", "\xe2\x82\xac", "\xf0\x9f\x98\x80", "\xf4\x8f\xbf\xbf",
+        "\xc1\xa2", "\xc0\x80", "\xe0\x80\xaf", "\xf0\x80\x80\xaf", "\xed\xa0\x80",
+        "\xed\x9f\xbf", "\xf4\x90\x80\x80", "\xf8\x88\x80\x80\x80", "\xc3", "\xe2\x82",
+        "\x80", "\xbf", "\xfe", "\xff", "a\xc3\xa9\xc3"};
+    // Random byte strings biased towards lead and continuation bytes.
+    uint32 seed = 12345;
+    const unsigned char pool[] = {0x41, 0x7f, 0x80, 0x9f, 0xa0, 0xbf, 0xc0, 0xc1, 0xc2, 0xdf,
+                                  0xe0, 0xed, 0xef, 0xf0, 0xf4, 0xf5, 0xf8, 0xff};
+    for (int n = 0; n < 3000; ++n) {
+        std::string bytes;
+        const int length = 1 + n % 6;
+        for (int k = 0; k < length; ++k) {
+            seed = seed * 1103515245u + 12345u;
+            bytes += static_cast<char>(pool[(seed >> 16) % sizeof pool]);
+        }
+        samples.push_back(bytes);
+    }
+    std::string input;
+    for (const std::string& sample : samples)
+        input += StringUtil::toHexString(sample.data(), sample.size()) + "\n";
+    const KeloTest::ProcessResult python = KeloTest::runProcess(
+        "/usr/bin/python3",
+        {"-c", "import sys\n"
+               "for line in sys.stdin.read().split('\\n')[:-1]:\n"
+               "    try:\n"
+               "        bytes.fromhex(line).decode('utf-8'); print(1)\n"
+               "    except UnicodeDecodeError:\n"
+               "        print(0)\n"},
+        input);
+    ASSERT_EQ(python.exitStatus, 0) << python.err;
+    std::string ours;
+    for (const std::string& sample : samples)
+        ours += StringUtil::isValidUtf8(sample) ? "1\n" : "0\n";
+    EXPECT_EQ(ours, python.out);
 }
 
 TEST(StringUtilTime, TextsMatchTheCLibraryAndReadBack)

@@ -171,6 +171,10 @@ bool XmlNoteReader::stringValue_i(const std::string& name, std::string* value)
             text += value_i();
             break;
         case XML_READER_TYPE_END_ELEMENT:
+            // The parser passes CDATA bytes through unchecked; a value that is not UTF-8 could
+            // never be written back as XML.
+            if (!StringUtil::isValidUtf8(text))
+                return fail_i("the value of '" + name + "' is not proper UTF-8");
             *value = std::move(text);
             return true;
         case XML_READER_TYPE_ELEMENT:
